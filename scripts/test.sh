@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# The whole test suite: installs what is missing, builds, runs ctest, then
+# builds again with AddressSanitizer and UndefinedBehaviorSanitizer and runs
+# ctest once more.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+jobs=$(nproc)
+
+scripts/install-deps.sh
+
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
+cmake --build build -j"$jobs"
+ctest --test-dir build --output-on-failure -j"$jobs"
+
+# The second pass is built with clang, so both compilers see every file.
+CXX=clang++-14 cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=Debug -DMOVARO_SANITIZE=ON \
+  -DMOVARO_BENCH=OFF > /dev/null
+cmake --build build-sanitize -j"$jobs"
+ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1 \
+UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  ctest --test-dir build-sanitize --output-on-failure -j"$jobs"
+
+# The tests whose system callbacks arrive on other threads, under
+# ThreadSanitizer.
+CXX=clang++-14 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DMOVARO_TSAN=ON \
+  -DMOVARO_BENCH=OFF > /dev/null
+cmake --build build-tsan -j"$jobs" --target tunnel_tests
+TSAN_OPTIONS=halt_on_error=1 \
+  ctest --test-dir build-tsan --output-on-failure -R 'Reminders'

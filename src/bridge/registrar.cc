@@ -1,0 +1,15 @@
+#include "bridge/registrar.h"
+
+namespace movaro {
+
+void Registrar::addMethodCallDelegate(
+    std::shared_ptr<MethodCallDelegate> delegate,
+    MethodChannel& channel) {
+  channel.setMethodCallHandler(
+      [delegate = std::move(delegate)](
+          const MethodCall& call, const std::shared_ptr<MethodResult>& result) {
+        delegate->handle(call, result);
+      });
+}
+
+}  // namespace movaro

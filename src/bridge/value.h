@@ -1,0 +1,82 @@
+// The UI host's value model: every kind its standard codec carries.
+#ifndef MOVARO_BRIDGE_VALUE_H_
+#define MOVARO_BRIDGE_VALUE_H_
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace movaro {
+
+class Value;
+using ValueList = std::vector<Value>;
+using ValueMap = std::map<Value, Value>;
+
+using ValueVariant = std::variant<std::monostate,
+                                  bool,
+                                  int32_t,
+                                  int64_t,
+                                  double,
+                                  std::string,
+                                  std::vector<uint8_t>,
+                                  std::vector<int32_t>,
+                                  std::vector<int64_t>,
+                                  std::vector<float>,
+                                  std::vector<double>,
+                                  ValueList,
+                                  ValueMap>;
+
+// A codec value. Maps are ordered by key so that encodings are stable.
+// The variant is held rather than inherited: comparing a variant that
+// contains maps of itself does not resolve in C++20.
+class Value {
+ public:
+  Value() = default;
+  // A string literal is a string, not a boolean.
+  Value(const char* text) : variant_(std::string(text)) {}  // NOLINT
+  template <
+      typename T,
+      typename = std::enable_if_t<!std::is_same_v<std::decay_t<T>, Value> &&
+                                  std::is_constructible_v<ValueVariant, T&&>>>
+  Value(T&& value) : variant_(std::forward<T>(value)) {}  // NOLINT
+
+  bool isNull() const {
+    return std::holds_alternative<std::monostate>(variant_);
+  }
+
+  template <typename T>
+  bool is() const {
+    return std::holds_alternative<T>(variant_);
+  }
+  template <typename T>
+  const T* getIf() const {
+    return std::get_if<T>(&variant_);
+  }
+  template <typename T>
+  T* getIf() {
+    return std::get_if<T>(&variant_);
+  }
+  const ValueVariant& variant() const { return variant_; }
+
+  friend bool operator==(const Value& a, const Value& b);
+  friend bool operator!=(const Value& a, const Value& b) { return !(a == b); }
+  // Orders by kind first, then by content.
+  friend bool operator<(const Value& a, const Value& b);
+
+ private:
+  ValueVariant variant_;
+};
+
+// Builds a map with string keys: Value(dict({{"a", 1}})).
+ValueMap dict(std::initializer_list<std::pair<const char*, Value>> entries);
+
+// Looks up a string key in a map; null when absent.
+const Value* find(const ValueMap& map, const std::string& key);
+
+}  // namespace movaro
+
+#endif  // MOVARO_BRIDGE_VALUE_H_

@@ -1,0 +1,200 @@
+#include "host/host.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "host/sim_state.h"
+#include "tunnel/movaro_platform_plugin.h"
+
+namespace movaro::host {
+
+Host::Host(Output output, std::string stateDir)
+    : output_(std::move(output)),
+      stateDir_(std::move(stateDir)),
+      messenger_([this](const std::string& channel, const Bytes& message) {
+        onEngineMessage(channel, message);
+      }),
+      registrar_(messenger_) {
+  if (!stateDir_.empty()) {
+    std::error_code ignored;
+    std::filesystem::create_directories(stateDir_, ignored);
+    std::ifstream file(stateDir_ + "/state.json");
+    std::stringstream text;
+    text << file.rdbuf();
+    persisted_ = text.str();
+    restore(mac_, Json::parse(persisted_, nullptr, false));
+  }
+  MovaroPlatformPlugin::registerWith(registrar_, mac_.services());
+}
+
+void Host::persist() {
+  if (stateDir_.empty()) {
+    return;
+  }
+  std::string text = snapshot(mac_).dump(1) + "\n";
+  if (text != persisted_ && writeAtomically(stateDir_ + "/state.json", text)) {
+    persisted_ = std::move(text);
+  }
+}
+
+void Host::handleLine(const std::string& line) {
+  Json parsed = Json::parse(line, nullptr, false);
+  if (parsed.is_discarded()) {
+    hostError(nullptr, "The line is not valid JSON.");
+  } else if (!parsed.is_object()) {
+    hostError(nullptr, "The line is not a JSON object.");
+  } else {
+    Json id = parsed.contains("id") ? parsed["id"] : Json(nullptr);
+    try {
+      handleObject(id, parsed);
+    } catch (const Json::exception&) {
+      hostError(id, "A field of the line has the wrong type.");
+    }
+  }
+  mac_.runUntilIdle();
+  persist();
+}
+
+void Host::handleObject(const Json& id, const Json& line) {
+  if (line.contains("sim")) {
+    if (!line["sim"].is_string()) {
+      hostError(id, "\"sim\" must name a command.");
+      return;
+    }
+    simCommand(id, line["sim"].get<std::string>(), line);
+    return;
+  }
+  if (!line.contains("channel") || !line["channel"].is_string()) {
+    hostError(id, "The line has neither \"sim\" nor a \"channel\" string.");
+    return;
+  }
+  std::string channel = line["channel"].get<std::string>();
+  if (line.contains("listen") && line["listen"] == true) {
+    streamRequest(id, channel, "listen");
+  } else if (line.contains("cancel") && line["cancel"] == true) {
+    streamRequest(id, channel, "cancel");
+  } else {
+    methodCall(id, line);
+  }
+}
+
+void Host::methodCall(const Json& id, const Json& line) {
+  if (!line.contains("method") || !line["method"].is_string()) {
+    hostError(id, "A method call needs a \"method\" string.");
+    return;
+  }
+  std::string channel = line["channel"].get<std::string>();
+  if (!messenger_.hasHandler(channel)) {
+    hostError(id, "No channel is named \"" + channel + "\".");
+    return;
+  }
+  MethodCall call{
+      line["method"].get<std::string>(),
+      line.contains("arguments") ? jsonToValue(line["arguments"]) : Value()};
+  messenger_.deliver(channel, StandardMethodCodec::encodeMethodCall(call),
+                     [this, id](const Bytes& reply) { replyLine(id, reply); });
+}
+
+void Host::streamRequest(const Json& id,
+                         const std::string& channel,
+                         const std::string& method) {
+  if (!messenger_.hasHandler(channel)) {
+    hostError(id, "No channel is named \"" + channel + "\".");
+    return;
+  }
+  messenger_.deliver(channel,
+                     StandardMethodCodec::encodeMethodCall({method, Value()}),
+                     [this, id](const Bytes& reply) { replyLine(id, reply); });
+}
+
+void Host::replyLine(const Json& id, const Bytes& reply) {
+  auto envelope =
+      StandardMethodCodec::decodeEnvelope(reply.data(), reply.size());
+  Json out{{"id", id}};
+  if (!envelope) {
+    hostError(id, "The reply could not be decoded.");
+    return;
+  }
+  if (auto* success = std::get_if<SuccessEnvelope>(&*envelope)) {
+    out["result"] = valueToJson(success->value);
+  } else if (auto* error = std::get_if<ErrorEnvelope>(&*envelope)) {
+    out["error"] = {
+        {"code", error->code},
+        {"message", error->message ? Json(*error->message) : Json(nullptr)},
+        {"details", valueToJson(error->details)}};
+  } else {
+    out["notImplemented"] = true;
+  }
+  output_(out);
+}
+
+void Host::onEngineMessage(const std::string& /*channel*/,
+                           const Bytes& message) {
+  if (message.empty()) {
+    output_(Json{{"endOfStream", true}});
+    return;
+  }
+  auto envelope =
+      StandardMethodCodec::decodeEnvelope(message.data(), message.size());
+  if (!envelope) {
+    output_(
+        Json{{"id", nullptr}, {"hostError", "An event could not be decoded."}});
+  } else if (auto* success = std::get_if<SuccessEnvelope>(&*envelope)) {
+    output_(Json{{"event", valueToJson(success->value)}});
+  } else if (auto* error = std::get_if<ErrorEnvelope>(&*envelope)) {
+    output_(Json{{"eventError",
+                  {{"code", error->code},
+                   {"message",
+                    error->message ? Json(*error->message) : Json(nullptr)}}}});
+  }
+}
+
+void Host::hostError(const Json& id, const std::string& sentence) {
+  output_(Json{{"id", id}, {"hostError", sentence}});
+}
+
+void Host::run(std::istream& in, bool realClock) {
+  const auto start = std::chrono::steady_clock::now();
+  auto catchUp = [&] {
+    if (realClock) {
+      auto behind =
+          std::chrono::steady_clock::now() - start - mac_.dispatch.elapsed();
+      mac_.dispatch.advance(
+          std::chrono::duration_cast<platform::Duration>(behind));
+      persist();
+    }
+  };
+  std::string line;
+  while (true) {
+    if (realClock) {
+      // Sleep until input arrives or the next timer falls due.
+      while (true) {
+        catchUp();
+        auto next = mac_.dispatch.nextDueIn();
+        int timeout = -1;
+        if (next) {
+          timeout = static_cast<int>(
+              std::chrono::ceil<std::chrono::milliseconds>(*next).count());
+        }
+        pollfd fd{STDIN_FILENO, POLLIN, 0};
+        if (in.rdbuf()->in_avail() > 0 || poll(&fd, 1, timeout) != 0) {
+          break;
+        }
+      }
+    }
+    if (!std::getline(in, line)) {
+      break;
+    }
+    catchUp();
+    if (line.find_first_not_of(" \t\r") == std::string::npos) {
+      continue;
+    }
+    handleLine(line);
+  }
+}
+
+}  // namespace movaro::host

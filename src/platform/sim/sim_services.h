@@ -1,0 +1,138 @@
+// The simulated Mac's smaller services: login items, Wi-Fi and location,
+// notifications and keys.
+#ifndef MOVARO_PLATFORM_SIM_SIM_SERVICES_H_
+#define MOVARO_PLATFORM_SIM_SIM_SERVICES_H_
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/service_management.h"
+#include "platform/sim/os_log.h"
+#include "platform/sim/sim_dispatch.h"
+#include "platform/user_notifications.h"
+#include "platform/wifi_location.h"
+#include "platform/wireguard.h"
+
+namespace movaro::sim {
+
+class SimServiceManagement : public platform::ServiceManagement {
+ public:
+  explicit SimServiceManagement(OsLog& log) : log_(log) {}
+  platform::LoginItemStatus mainAppStatus() const override { return status; }
+  platform::MaybeError registerMainApp() override;
+  platform::MaybeError unregisterMainApp() override;
+  bool setLoginItemEnabled(const std::string& helperIdentifier,
+                           bool enabled) override;
+  void openSystemSettingsLoginItems() override;
+
+  platform::LoginItemStatus status = platform::LoginItemStatus::kNotRegistered;
+  // Messages of failing register/unregister calls; absent: they succeed.
+  std::optional<std::string> registerFailure;
+  std::optional<std::string> unregisterFailure;
+  // What register leaves behind on success.
+  platform::LoginItemStatus statusAfterRegister =
+      platform::LoginItemStatus::kEnabled;
+  bool helperAccepts = true;
+  bool helperEnabled = false;
+
+ private:
+  OsLog& log_;
+};
+
+class SimWifi : public platform::WifiClient {
+ public:
+  std::optional<std::string> currentSsid() const override {
+    return hasInterface ? ssid : std::nullopt;
+  }
+  bool hasInterface = true;
+  std::optional<std::string> ssid;
+};
+
+class SimLocationManager;
+
+class SimLocation : public platform::Location {
+ public:
+  SimLocation(SimDispatch& dispatch, OsLog& log)
+      : dispatch_(dispatch), log_(log) {}
+  std::shared_ptr<platform::LocationManager> makeLocationManager() override;
+
+  // The user's decision: every live manager's delegate hears of it.
+  void decide(int status);
+  int status = platform::kLocationNotDetermined;
+
+  // Internal to the simulation.
+  void requested() { log_.record("location.requestWhenInUse"); }
+  void notify(const std::shared_ptr<SimLocationManager>& manager);
+
+ private:
+  SimDispatch& dispatch_;
+  OsLog& log_;
+  std::vector<std::weak_ptr<SimLocationManager>> managers_;
+};
+
+class SimLocationManager
+    : public platform::LocationManager,
+      public std::enable_shared_from_this<SimLocationManager> {
+ public:
+  explicit SimLocationManager(SimLocation& owner) : owner_(owner) {}
+  int authorizationStatus() const override { return owner_.status; }
+  void setDelegate(
+      std::weak_ptr<platform::LocationManagerDelegate> delegate) override;
+  void requestWhenInUseAuthorization() override { owner_.requested(); }
+
+  std::weak_ptr<platform::LocationManagerDelegate> delegate;
+
+ private:
+  SimLocation& owner_;
+};
+
+class SimNotificationCenter : public platform::NotificationCenter {
+ public:
+  SimNotificationCenter(SimDispatch& dispatch, OsLog& log)
+      : dispatch_(dispatch), log_(log) {}
+  ~SimNotificationCenter() override { joinCallbacks(); }
+  void removePendingNotificationRequests(
+      const std::vector<std::string>& identifiers) override;
+  void requestAuthorization(
+      platform::AuthorizationOptions options,
+      std::function<void(bool, const platform::MaybeError&)> completion)
+      override;
+  void add(const platform::NotificationRequest& request,
+           platform::ErrorCompletion completion) override;
+
+  enum class Authorization { kGranted, kDeclined, kFailing };
+  Authorization authorization = Authorization::kGranted;
+  std::string authorizationFailure = "Notifications are not allowed.";
+  // Identifiers whose addition fails, with the message ("*": every one).
+  std::map<std::string, std::string> addFailures;
+  // Deliver the callbacks on threads of their own, as macOS may.
+  bool callbacksOnOtherThreads = false;
+  // Waits for callbacks running on other threads, and for those they start.
+  void joinCallbacks();
+  std::vector<platform::NotificationRequest> pendingRequests() const;
+
+ private:
+  void deliver(std::function<void()> callback);
+
+  SimDispatch& dispatch_;
+  OsLog& log_;
+  mutable std::mutex mutex_;
+  std::vector<platform::NotificationRequest> pending_;
+  std::vector<std::thread> threads_;
+};
+
+// Real X25519 keys from the system's random source.
+class SimKeys : public platform::WireGuardKeys {
+ public:
+  platform::Key generatePrivateKey() override;
+  platform::Key publicKey(const platform::Key& privateKey) override;
+};
+
+}  // namespace movaro::sim
+
+#endif  // MOVARO_PLATFORM_SIM_SIM_SERVICES_H_

@@ -1,0 +1,23 @@
+// WireGuard keys: a fresh private key from the system's random source and
+// the public key derived from it. The configuration parser is wg_quick.h.
+#ifndef MOVARO_PLATFORM_WIREGUARD_H_
+#define MOVARO_PLATFORM_WIREGUARD_H_
+
+#include <array>
+#include <cstdint>
+
+namespace movaro::platform {
+
+using Key = std::array<uint8_t, 32>;
+
+class WireGuardKeys {
+ public:
+  virtual ~WireGuardKeys() = default;
+  // A random Curve25519 private key, clamped.
+  virtual Key generatePrivateKey() = 0;
+  virtual Key publicKey(const Key& privateKey) = 0;
+};
+
+}  // namespace movaro::platform
+
+#endif  // MOVARO_PLATFORM_WIREGUARD_H_

@@ -1,0 +1,32 @@
+// The launch-at-login methods.
+#include "startup/desktop_startup.h"
+#include "tunnel/movaro_platform_plugin.h"
+
+namespace movaro {
+
+void MovaroPlatformPlugin::desktopStartup(bool ensure, const Reply& result) {
+  DesktopStartup startup(services_.serviceManagement, services_.defaults,
+                         services_.system);
+  // At most once per user, and only for a copy installed in /Applications.
+  if (ensure &&
+      !services_.defaults.boolForKey(DesktopStartup::kConfiguredKey) &&
+      services_.mainBundle.bundlePath().rfind("/Applications/", 0) == 0 &&
+      startup.configure(true)) {
+    result->error("STARTUP_FAILED", "Launch at login could not be configured.");
+    return;
+  }
+  result->success(startup.policy());
+}
+
+void MovaroPlatformPlugin::configureDesktopStartup(const Arguments& args,
+                                                   const Reply& result) {
+  DesktopStartup startup(services_.serviceManagement, services_.defaults,
+                         services_.system);
+  if (startup.configure(args.boolean("enabled").value_or(false))) {
+    result->error("STARTUP_FAILED", "Launch at login could not be changed.");
+    return;
+  }
+  result->success();
+}
+
+}  // namespace movaro

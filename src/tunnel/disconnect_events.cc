@@ -1,0 +1,69 @@
+// Disconnect, and the event stream's listen and cancel.
+#include "platform/bind_weak.h"
+#include "tunnel/movaro_platform_plugin.h"
+
+namespace movaro {
+
+void MovaroPlatformPlugin::disconnectTunnel(const Reply& result) {
+  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
+  loadManager([weak, result](bool loaded) {
+    auto self = weak.lock();
+    if (!loaded || !self || !self->tunnelManager) {
+      result->success(false);
+      return;
+    }
+    std::shared_ptr<platform::TunnelProfile> profile = self->tunnelManager;
+    if (!profile->protocolConfiguration()) {
+      // Nothing was ever saved for it: nothing to save or stop.
+      result->success(true);
+      return;
+    }
+    profile->setOnDemandEnabled(false);
+    profile->setOnDemandRules({});
+    profile->saveToPreferences(
+        [profile, result](const platform::MaybeError& error) {
+          // The tunnel is stopped whatever the save said.
+          if (auto connection = profile->connection()) {
+            connection->stopVPNTunnel();
+          }
+          if (error) {
+            result->error("DISCONNECT_FAILED", error->message);
+          } else {
+            result->success(true);
+          }
+        });
+  });
+}
+
+std::optional<PluginError> MovaroPlatformPlugin::onListen(
+    const Value& /*arguments*/,
+    const std::shared_ptr<EventSink>& sink) {
+  eventSink = sink;
+  loadManager(platform::bindWeak(weak_from_this(),
+                                 &MovaroPlatformPlugin::onListenLoaded, sink));
+  return std::nullopt;
+}
+
+void MovaroPlatformPlugin::onListenLoaded(
+    const std::shared_ptr<EventSink>& sink,
+    bool loaded) {
+  auto connection = tunnelManager ? tunnelManager->connection() : nullptr;
+  if (loaded && connection) {
+    pushStatus(connection->status());
+    return;
+  }
+  sink->success(dict(
+      {{"state", "error"}, {"message", "Unable to load VPN configuration"}}));
+}
+
+std::optional<PluginError> MovaroPlatformPlugin::onCancel(
+    const Value& /*arguments*/) {
+  eventSink.reset();
+  if (statusObserver) {
+    services_.networkExtension.removeObserver(statusObserver);
+    statusObserver.reset();
+  }
+  return std::nullopt;
+}
+
+}  // namespace movaro

@@ -1,0 +1,57 @@
+// The informational and settings-pane methods, answered at once.
+#include "platform/unicode_text.h"
+#include "platform/x25519_keys.h"
+#include "tunnel/movaro_platform_plugin.h"
+
+namespace movaro {
+namespace {
+
+constexpr const char* kVpnSettingsUrl =
+    "x-apple.systempreferences:com.apple.Network-Settings.extension?VPN";
+constexpr const char* kLegacyLoginItemsUrl =
+    "x-apple.systempreferences:com.apple.preferences.users";
+
+std::string infoString(const platform::MainBundle& bundle,
+                       const std::string& key) {
+  std::optional<Value> value = bundle.objectForInfoDictionaryKey(key);
+  const auto* text = value ? value->getIf<std::string>() : nullptr;
+  return text ? *text : std::string();
+}
+
+}  // namespace
+
+void MovaroPlatformPlugin::getPlatformVersion(const Reply& result) {
+  result->success("macOS " + services_.system.operatingSystemVersionString());
+}
+
+void MovaroPlatformPlugin::getAppInfo(const Reply& result) {
+  const platform::MainBundle& bundle = services_.mainBundle;
+  result->success(
+      dict({{"platform", "macos"},
+            {"version", infoString(bundle, "CFBundleShortVersionString")},
+            {"buildNumber", infoString(bundle, "CFBundleVersion")},
+            {"packageName", bundle.bundleIdentifier().value_or("")}}));
+}
+
+void MovaroPlatformPlugin::generateKeyPair(const Reply& result) {
+  platform::Key privateKey = services_.keys.generatePrivateKey();
+  platform::Key publicKey = services_.keys.publicKey(privateKey);
+  result->success(dict({{"privateKey", platform::base64Encode(privateKey)},
+                        {"publicKey", platform::base64Encode(publicKey)}}));
+}
+
+void MovaroPlatformPlugin::openVpnSettings(const Reply& result) {
+  services_.workspace.openUrl(kVpnSettingsUrl);
+  result->success(true);
+}
+
+void MovaroPlatformPlugin::openDesktopStartupSettings(const Reply& result) {
+  if (platform::atLeast(services_.system.operatingSystemVersion(), 13)) {
+    services_.serviceManagement.openSystemSettingsLoginItems();
+  } else {
+    services_.workspace.openUrl(kLegacyLoginItemsUrl);
+  }
+  result->success();
+}
+
+}  // namespace movaro

@@ -1,0 +1,153 @@
+// The tunnel profile: its load, and the connect that fills, saves, reloads
+// and starts it.
+#include "platform/bind_weak.h"
+#include "platform/wg_quick.h"
+#include "tunnel/endpoint.h"
+#include "tunnel/movaro_platform_plugin.h"
+#include "tunnel/trusted_wifi.h"
+
+namespace movaro {
+namespace {
+
+constexpr const char* kProfileName = "Halvorn VPN";
+
+}  // namespace
+
+void MovaroPlatformPlugin::loadManager(
+    std::function<void(bool loaded)> completion) {
+  services_.networkExtension.loadAllFromPreferences(platform::bindWeak(
+      weak_from_this(), &MovaroPlatformPlugin::onProfilesLoaded, completion));
+}
+
+void MovaroPlatformPlugin::onProfilesLoaded(
+    const std::function<void(bool)>& completion,
+    const std::optional<platform::TunnelProfiles>& profiles,
+    const platform::MaybeError& error) {
+  if (error) {
+    // The earlier profile and observer stay as they were.
+    completion(false);
+    return;
+  }
+  const std::string identifier = extensionIdentifier();
+  std::shared_ptr<platform::TunnelProfile> match;
+  for (const auto& profile : profiles.value_or(platform::TunnelProfiles())) {
+    auto protocol = profile->protocolConfiguration();
+    if (protocol && protocol->isTunnelProvider &&
+        protocol->providerBundleIdentifier == identifier) {
+      match = profile;
+      break;
+    }
+  }
+  hasSavedConfiguration = match != nullptr;
+  tunnelManager = match ? match : services_.networkExtension.makeProfile();
+  observeStatus(tunnelManager);
+  completion(true);
+}
+
+void MovaroPlatformPlugin::continueConnect(const std::string& configText,
+                                           const Value& arguments,
+                                           const std::string& verificationUrl,
+                                           bool splitTunnelEnabled,
+                                           const Reply& result) {
+  Arguments args(arguments);
+  bool enableOnDemand = args.boolean("enableOnDemand").value_or(false);
+  std::optional<int64_t> sessionEnd =
+      args.integer("sessionEndsAtEpochMilliseconds");
+  bool protectAllNetworks = !verificationUrl.empty() && !splitTunnelEnabled;
+  connectTunnel(configText, enableOnDemand, protectAllNetworks, sessionEnd,
+                result);
+}
+
+void MovaroPlatformPlugin::connectTunnel(
+    const std::string& configText,
+    bool enableOnDemand,
+    bool protectAllNetworks,
+    std::optional<int64_t> sessionEndsAtEpochMilliseconds,
+    const Reply& result) {
+  loadManager(platform::bindWeak(weak_from_this(),
+                                 &MovaroPlatformPlugin::writeProfileAndStart,
+                                 configText, enableOnDemand, protectAllNetworks,
+                                 sessionEndsAtEpochMilliseconds, result));
+}
+
+void MovaroPlatformPlugin::writeProfileAndStart(
+    const std::string& configText,
+    bool enableOnDemand,
+    bool protectAllNetworks,
+    std::optional<int64_t> sessionEnd,
+    const Reply& result,
+    bool loaded) {
+  if (!loaded || !tunnelManager) {
+    result->error("LOAD_FAILED", "Failed to load VPN manager");
+    return;
+  }
+  // The endpoint check comes before the full parse, so a text without an
+  // endpoint line always gets this message.
+  std::optional<std::string> endpoint = extractEndpoint(configText);
+  if (!endpoint) {
+    result->error("INVALID_CONFIG", "WireGuard endpoint is missing");
+    return;
+  }
+  if (auto invalid =
+          platform::validateWgQuickConfig(configText, kProfileName)) {
+    result->error("INVALID_CONFIG", invalid->message);
+    return;
+  }
+
+  const std::vector<std::string> trusted = storedTrustedWifiSsids();
+  ValueMap providerConfiguration =
+      dict({{"wgQuickConfig", configText},
+            {"trustedWifiSsids", toValueList(trusted)}});
+  if (sessionEnd) {
+    providerConfiguration[Value("sessionEndsAtEpochMilliseconds")] =
+        *sessionEnd;
+  }
+  platform::TunnelProtocol protocol;
+  protocol.providerBundleIdentifier = extensionIdentifier();
+  protocol.serverAddress = *endpoint;
+  protocol.includeAllNetworks = protectAllNetworks;
+  protocol.providerConfiguration = std::move(providerConfiguration);
+
+  std::shared_ptr<platform::TunnelProfile> profile = tunnelManager;
+  profile->setProtocolConfiguration(protocol);
+  profile->setLocalizedDescription(kProfileName);
+  profile->setEnabled(true);
+  profile->setOnDemandEnabled(enableOnDemand);
+  profile->setOnDemandRules(enableOnDemand
+                                ? onDemandRules(trusted)
+                                : std::vector<platform::OnDemandRule>());
+
+  // From here the chain holds the plugin and the profile strongly, so the
+  // call is answered as soon as the system reports back.
+  auto self = shared_from_this();
+  profile->saveToPreferences(
+      [self, profile, result](const platform::MaybeError& saveError) {
+        if (saveError) {
+          result->error("SAVE_FAILED", saveError->message);
+          return;
+        }
+        self->hasSavedConfiguration = true;
+        profile->loadFromPreferences(
+            [self, profile, result](const platform::MaybeError& reloadError) {
+              if (reloadError) {
+                result->error("RELOAD_FAILED", reloadError->message);
+                return;
+              }
+              auto connection = profile->connection();
+              platform::MaybeError startError =
+                  connection ? connection->startVPNTunnel(std::nullopt)
+                             : platform::MaybeError(platform::PlatformError{
+                                   "NEVPNErrorDomain",
+                                   1,
+                                   "The VPN connection is unavailable.",
+                                   {}});
+              if (startError) {
+                result->error("START_FAILED", startError->message);
+              } else {
+                result->success(true);
+              }
+            });
+      });
+}
+
+}  // namespace movaro

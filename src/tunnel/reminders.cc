@@ -1,0 +1,134 @@
+// Subscription reminders: the interface's whole set replaces the reminders
+// scheduled before, as local notifications.
+#include <mutex>
+
+#include "tunnel/movaro_platform_plugin.h"
+
+namespace movaro {
+namespace {
+
+constexpr const char* kIdentifierPrefix = "halvorn.subscription.";
+constexpr int kClearedSlots = 7;
+
+// The additions still outstanding and the last error among them. The
+// addition callbacks come on queues of the system's choosing, possibly at
+// the same time; the reply goes out on the main queue once all are in.
+class ReminderGroup {
+ public:
+  ReminderGroup(platform::Dispatch& dispatch, Reply result)
+      : dispatch_(dispatch), result_(std::move(result)) {}
+
+  void enter() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++outstanding_;
+  }
+  void leave(const platform::MaybeError& error) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (error) {
+      error_ = error;  // of several failures, the last one written
+    }
+    if (--outstanding_ == 0) {
+      dispatch_.post([result = result_, failure = error_] {
+        if (failure) {
+          result->error("REMINDER_SCHEDULE_FAILED", failure->message);
+        } else {
+          result->success(true);
+        }
+      });
+    }
+  }
+
+ private:
+  platform::Dispatch& dispatch_;
+  Reply result_;
+  std::mutex mutex_;
+  int outstanding_ = 1;  // the scheduling loop's own hold
+  platform::MaybeError error_;
+};
+
+struct Reminder {
+  int64_t id = 0;
+  int64_t scheduledAtMillis = 0;
+  std::string title;
+  std::string body;
+};
+
+std::optional<Reminder> readReminder(const ValueMap& item) {
+  Arguments fields{Value(item)};
+  auto id = fields.integer("id");
+  auto at = fields.integer("scheduled_at_millis");
+  auto title = fields.string("title");
+  auto body = fields.string("body");
+  if (!id || !at || !title || !body) {
+    return std::nullopt;
+  }
+  return Reminder{*id, *at, *title, *body};
+}
+
+}  // namespace
+
+void MovaroPlatformPlugin::syncSubscriptionReminders(
+    const std::vector<ValueMap>& reminders,
+    const Reply& result) {
+  platform::NotificationCenter& center = services_.notifications;
+  std::vector<std::string> slots;
+  for (int slot = 1; slot <= kClearedSlots; ++slot) {
+    slots.push_back(kIdentifierPrefix + std::to_string(slot));
+  }
+  center.removePendingNotificationRequests(slots);
+  if (reminders.empty()) {
+    result->success(true);
+    return;
+  }
+  platform::Dispatch& dispatch = services_.dispatch;
+  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
+  center.requestAuthorization(
+      {.alert = true, .sound = true, .badge = false},
+      [weak, &center, &dispatch, reminders, result](
+          bool granted, const platform::MaybeError& error) {
+        // Any queue from here on.
+        if (!weak.lock()) {
+          return;
+        }
+        if (error || !granted) {
+          std::optional<std::string> message;
+          if (error) {
+            message = error->message;
+          }
+          dispatch.post([result, message] {
+            result->error("NOTIFICATION_PERMISSION_DENIED", message);
+          });
+          return;
+        }
+        auto group = std::make_shared<ReminderGroup>(dispatch, result);
+        const auto now = dispatch.now();
+        for (const ValueMap& item : reminders) {
+          std::optional<Reminder> reminder = readReminder(item);
+          if (!reminder) {
+            continue;
+          }
+          double due =
+              static_cast<double>(reminder->scheduledAtMillis) / 1000.0;
+          double delay =
+              due -
+              std::chrono::duration<double>(now.time_since_epoch()).count();
+          if (delay <= 0) {
+            continue;  // reminders in the past are dropped
+          }
+          group->enter();
+          platform::NotificationRequest request;
+          request.identifier = kIdentifierPrefix + std::to_string(reminder->id);
+          request.title = reminder->title;
+          request.body = reminder->body;
+          request.defaultSound = true;
+          request.timeInterval = std::max(delay, 1.0);
+          request.repeats = false;
+          center.add(request, [group](const platform::MaybeError& addError) {
+            group->leave(addError);
+          });
+        }
+        group->leave(std::nullopt);
+      });
+}
+
+}  // namespace movaro

@@ -1,0 +1,210 @@
+#include "bridge/standard_codec.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace movaro {
+namespace {
+
+struct Vector {
+  const char* name;
+  Value value;
+  Bytes bytes;
+};
+
+Bytes concat(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const Bytes& part : parts) {
+    out.insert(out.end(), part.begin(), part.end());
+  }
+  return out;
+}
+
+std::vector<Vector> handCheckedVectors() {
+  return {
+      {"null", Value(), {0x00}},
+      {"true", Value(true), {0x01}},
+      {"false", Value(false), {0x02}},
+      {"int32", Value(int32_t{-2}), {0x03, 0xfe, 0xff, 0xff, 0xff}},
+      {"int64",
+       Value(int64_t{0x0102030405060708}),
+       {0x04, 0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01}},
+      // The double is aligned to 8 from the start of the message.
+      {"float64",
+       Value(1.0),
+       {0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xf0, 0x3f}},
+      {"string", Value("héllo"), {0x07, 6, 'h', 0xc3, 0xa9, 'l', 'l', 'o'}},
+      {"empty string", Value(""), {0x07, 0}},
+      {"uint8 list", Value(std::vector<uint8_t>{1, 2}), {0x08, 2, 1, 2}},
+      {"int32 list",
+       Value(std::vector<int32_t>{1}),
+       {0x09, 1, 0, 0, 0x01, 0, 0, 0}},
+      {"int64 list",
+       Value(std::vector<int64_t>{-1}),
+       {0x0a, 1, 0, 0, 0, 0, 0, 0, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+        0xff}},
+      {"float32 list",
+       Value(std::vector<float>{1.0f}),
+       {0x0e, 1, 0, 0, 0x00, 0x00, 0x80, 0x3f}},
+      {"float64 list",
+       Value(std::vector<double>{2.0}),
+       {0x0b, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x00, 0x40}},
+      {"list",
+       Value(ValueList{int32_t{1}, "a"}),
+       {0x0c, 2, 0x03, 1, 0, 0, 0, 0x07, 1, 'a'}},
+      // Alignment counts from the message start, not from the list.
+      {"aligned inside a list",
+       Value(ValueList{std::vector<int32_t>{7}}),
+       {0x0c, 1, 0x09, 1, 0x07, 0, 0, 0}},
+      {"double inside a list",
+       Value(ValueList{0.5}),
+       {0x0c, 1, 0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xe0, 0x3f}},
+      {"map with string and integer keys",
+       Value(ValueMap{{Value(int32_t{1}), Value()}, {Value("a"), Value(true)}}),
+       {0x0d, 2, 0x03, 1, 0, 0, 0, 0x00, 0x07, 1, 'a', 0x01}},
+  };
+}
+
+TEST(StandardCodecTest, EncodesEveryKindByteForByte) {
+  for (const Vector& v : handCheckedVectors()) {
+    SCOPED_TRACE(v.name);
+    EXPECT_EQ(StandardMessageCodec::encode(v.value), v.bytes);
+    EXPECT_EQ(StandardMessageCodec::decode(v.bytes), v.value);
+  }
+}
+
+TEST(StandardCodecTest, SizesUseOneThreeOrFiveBytes) {
+  struct Case {
+    size_t length;
+    Bytes header;
+  };
+  const Case cases[] = {
+      {253, {0x07, 253}},
+      {254, {0x07, 254, 0xfe, 0x00}},
+      {255, {0x07, 254, 0xff, 0x00}},
+      {65535, {0x07, 254, 0xff, 0xff}},
+      {65536, {0x07, 255, 0x00, 0x00, 0x01, 0x00}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.length);
+    std::string text(c.length, 'x');
+    Bytes encoded = StandardMessageCodec::encode(Value(text));
+    ASSERT_EQ(encoded.size(), c.header.size() + c.length);
+    EXPECT_EQ(Bytes(encoded.begin(), encoded.begin() + c.header.size()),
+              c.header);
+    EXPECT_EQ(StandardMessageCodec::decode(encoded), Value(text));
+  }
+}
+
+TEST(StandardCodecTest, LongNumericListsAlignAfterTheLongSize) {
+  // type, 254, two size bytes: the data starts at 4, already aligned.
+  std::vector<int64_t> values(300, 5);
+  Bytes encoded = StandardMessageCodec::encode(Value(values));
+  ASSERT_EQ(encoded.size(), 4 + 4 + 300 * 8u);
+  EXPECT_EQ(encoded[3], 0x01);  // 300 = 0x012c
+  EXPECT_EQ(encoded[8], 5);
+  EXPECT_EQ(StandardMessageCodec::decode(encoded), Value(values));
+}
+
+TEST(StandardCodecTest, RoundTripsNestedValuesAndExtremes) {
+  Value value = ValueList{
+      dict({{"nan", std::numeric_limits<double>::infinity()},
+            {"min", std::numeric_limits<int64_t>::min()},
+            {"list", ValueList{Value(), false, std::vector<uint8_t>{}}},
+            {"nested", dict({{"deeper", ValueList{dict({})}}})}}),
+      std::vector<double>{-0.0, 1e300}, std::vector<float>{}, int32_t{0}};
+  EXPECT_EQ(StandardMessageCodec::decode(StandardMessageCodec::encode(value)),
+            value);
+}
+
+TEST(StandardCodecTest, RefusesMalformedInput) {
+  // Every proper prefix of every vector is truncated.
+  for (const Vector& v : handCheckedVectors()) {
+    for (size_t n = 0; n < v.bytes.size(); ++n) {
+      SCOPED_TRACE(std::string(v.name) + " cut at " + std::to_string(n));
+      EXPECT_FALSE(StandardMessageCodec::decode(v.bytes.data(), n));
+    }
+  }
+  const Bytes lies[] = {
+      {0x07, 10, 'a'},                      // string longer than the rest
+      {0x07, 255, 0xff, 0xff, 0xff, 0xff},  // four gigabytes promised
+      {0x0c, 255, 0xff, 0xff, 0xff, 0x7f},  // a list of two billion
+      {0x0d, 3, 0x00, 0x00},                // a map short of entries
+      {0x0a, 254, 0xff, 0xff},              // int64 list with no data
+      {0x0f},                               // unknown type
+      {0x00, 0x00},                         // trailing bytes
+  };
+  for (const Bytes& bytes : lies) {
+    EXPECT_FALSE(StandardMessageCodec::decode(bytes));
+  }
+}
+
+TEST(StandardCodecTest, RefusesNestingBeyondTheLimit) {
+  auto nested = [](int depth) {
+    Bytes bytes;
+    for (int i = 0; i < depth; ++i) {
+      bytes.insert(bytes.end(), {0x0c, 1});
+    }
+    bytes.push_back(0x00);
+    return bytes;
+  };
+  EXPECT_TRUE(
+      StandardMessageCodec::decode(nested(StandardMessageCodec::kMaxDepth)));
+  EXPECT_FALSE(StandardMessageCodec::decode(nested(100000)));
+}
+
+TEST(StandardCodecTest, LargeIntDecodesAsItsText) {
+  Bytes bytes{0x05, 3, '1', 'f', 'f'};
+  EXPECT_EQ(StandardMessageCodec::decode(bytes), Value("1ff"));
+}
+
+TEST(StandardMethodCodecTest, EncodesCallsAndEnvelopes) {
+  MethodCall call{"go", dict({{"a", int32_t{1}}})};
+  Bytes encoded = StandardMethodCodec::encodeMethodCall(call);
+  EXPECT_EQ(encoded, (Bytes{0x07, 2, 'g', 'o', 0x0d, 1, 0x07, 1, 'a', 0x03, 1,
+                            0, 0, 0}));
+  auto decoded =
+      StandardMethodCodec::decodeMethodCall(encoded.data(), encoded.size());
+  ASSERT_TRUE(decoded);
+  EXPECT_EQ(decoded->method, "go");
+  EXPECT_EQ(decoded->arguments, call.arguments);
+
+  EXPECT_EQ(StandardMethodCodec::encodeSuccessEnvelope(true),
+            (Bytes{0x00, 0x01}));
+  EXPECT_EQ(StandardMethodCodec::encodeErrorEnvelope({"E", "m"}),
+            (Bytes{0x01, 0x07, 1, 'E', 0x07, 1, 'm', 0x00}));
+  EXPECT_EQ(StandardMethodCodec::encodeErrorEnvelope({"E", std::nullopt}),
+            (Bytes{0x01, 0x07, 1, 'E', 0x00, 0x00}));
+}
+
+TEST(StandardMethodCodecTest, DecodesEnvelopes) {
+  Bytes error = StandardMethodCodec::encodeErrorEnvelope({"CODE", "text"});
+  auto envelope =
+      StandardMethodCodec::decodeEnvelope(error.data(), error.size());
+  ASSERT_TRUE(envelope);
+  const auto& decoded = std::get<ErrorEnvelope>(*envelope);
+  EXPECT_EQ(decoded.code, "CODE");
+  EXPECT_EQ(decoded.message, "text");
+  EXPECT_TRUE(decoded.details.isNull());
+
+  // An engine may append a stack trace.
+  Bytes withTrace = concat({error, {0x07, 2, 'a', 't'}});
+  EXPECT_TRUE(
+      StandardMethodCodec::decodeEnvelope(withTrace.data(), withTrace.size()));
+  EXPECT_TRUE(std::holds_alternative<NotImplementedEnvelope>(
+      *StandardMethodCodec::decodeEnvelope(nullptr, 0)));
+  const Bytes bad[] = {
+      {0x02}, {0x00}, {0x01, 0x03, 1, 0, 0, 0, 0, 0}, {0x00, 0x01, 0x01}};
+  for (const Bytes& bytes : bad) {
+    EXPECT_FALSE(
+        StandardMethodCodec::decodeEnvelope(bytes.data(), bytes.size()));
+  }
+  Bytes notACall{0x03, 1, 0, 0, 0, 0x00};
+  EXPECT_FALSE(
+      StandardMethodCodec::decodeMethodCall(notACall.data(), notACall.size()));
+}
+
+}  // namespace
+}  // namespace movaro

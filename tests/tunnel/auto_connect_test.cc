@@ -1,0 +1,147 @@
+// Auto-connect, the policy and the Wi-Fi name.
+#include "support/tunnel_fixture.h"
+
+namespace movaro::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+class AutoConnectTest : public TunnelTest {
+ protected:
+  ReplyPtr configure(const Value& arguments) {
+    ReplyPtr reply = callMain("configureAutoConnect", arguments);
+    runUntilIdle();
+    return reply;
+  }
+  Value policy() {
+    ReplyPtr reply = callMain("getAutoConnectPolicy");
+    runUntilIdle();
+    return reply->value();
+  }
+};
+
+TEST_F(AutoConnectTest, EnablingSetsRulesAndTheProvidersList) {
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  EXPECT_THAT(
+      configure(dict({{"enabled", true},
+                      {"trustedWifiSsids", ValueList{"Office", " Home"}}})),
+      IsValue(true));
+  const auto& fields = savedVpn()->fields;
+  EXPECT_TRUE(fields.onDemandEnabled);
+  ASSERT_EQ(fields.rules.size(), 2u);
+  EXPECT_THAT(fields.rules[0].ssidMatch, ElementsAre("Home", "Office"));
+  EXPECT_EQ(*find(providerConfiguration(), "trustedWifiSsids"),
+            Value(ValueList{"Home", "Office"}));
+  // The other entries stay.
+  EXPECT_EQ(*find(providerConfiguration(), "wgQuickConfig"),
+            Value(kValidConfig));
+  EXPECT_EQ(policy(),
+            Value(dict({{"enabled", true},
+                        {"trustedWifiSsids", ValueList{"Home", "Office"}},
+                        {"hasCachedConfig", true}})));
+}
+
+TEST_F(AutoConnectTest, DisablingClearsRulesButStillReplacesTheList) {
+  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
+  EXPECT_THAT(configure(dict({{"enabled", false},
+                              {"trustedWifiSsids", ValueList{"Cafe"}}})),
+              IsValue(true));
+  EXPECT_FALSE(savedVpn()->fields.onDemandEnabled);
+  EXPECT_TRUE(savedVpn()->fields.rules.empty());
+  EXPECT_EQ(*find(providerConfiguration(), "trustedWifiSsids"),
+            Value(ValueList{"Cafe"}));
+  // No reload and no start follow.
+  EXPECT_EQ(mac.log.named("ne.reload").size(), 1u);
+}
+
+TEST_F(AutoConnectTest, TheListIsStoredEvenWhenTheLoadFails) {
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  EXPECT_THAT(
+      configure(dict({{"enabled", true},
+                      {"trustedWifiSsids", ValueList{"Home", "Home"}}})),
+      IsError("LOAD_FAILED", "Unable to load VPN settings"));
+  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
+            Value(ValueList{"Home"}));
+  EXPECT_EQ(*find(*policy().getIf<ValueMap>(), "trustedWifiSsids"),
+            Value(ValueList{"Home"}));
+}
+
+TEST_F(AutoConnectTest, EnablingBeforeAnyConnectSavesNothing) {
+  EXPECT_THAT(
+      configure(dict({{"enabled", true}, {"trustedWifiSsids", "Home"}})),
+      IsError("NO_CONFIG", "No configuration provided"));
+  EXPECT_TRUE(mac.networkExtension.saved().empty());
+  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
+            Value(ValueList{}));
+  EXPECT_EQ(policy(), Value(dict({{"enabled", false},
+                                  {"trustedWifiSsids", ValueList{}},
+                                  {"hasCachedConfig", false}})));
+}
+
+TEST_F(AutoConnectTest, ASaveFailureIsReported) {
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  mac.networkExtension.failures["save"] = {"Locked.", 1};
+  EXPECT_THAT(configure(dict({{"enabled", true}})),
+              IsError("SAVE_FAILED", "Locked."));
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  ReplyPtr failed = callMain("getAutoConnectPolicy");
+  runUntilIdle();
+  EXPECT_THAT(failed, IsError("LOAD_FAILED", "Unable to load VPN settings"));
+}
+
+class WifiTest : public TunnelTest {
+ protected:
+  ReplyPtr ssid() {
+    ReplyPtr reply = callMain("getCurrentWifiSsid");
+    runUntilIdle();
+    return reply;
+  }
+};
+
+TEST_F(WifiTest, ANameReadableAtOnceIsTheAnswer) {
+  mac.wifi.ssid = "Home";
+  EXPECT_THAT(ssid(), IsValue("Home"));
+  EXPECT_TRUE(mac.log.calls().empty());
+}
+
+TEST_F(WifiTest, TheFirstRequestWaitsForTheUsersDecision) {
+  ReplyPtr first = ssid();
+  ReplyPtr second = ssid();
+  EXPECT_THAT(first, IsUnanswered());
+  EXPECT_THAT(second, IsError("LOCATION_AUTH_IN_PROGRESS",
+                              "Wi-Fi authorization is already in progress"));
+  EXPECT_EQ(mac.log.named("location.requestWhenInUse").size(), 1u);
+  mac.wifi.ssid = "";
+  mac.location.decide(platform::kLocationAuthorizedAlways);
+  runUntilIdle();
+  // An empty name is a name once the user has decided.
+  EXPECT_THAT(first, IsValue(""));
+}
+
+TEST_F(WifiTest, AnyOtherDecisionAnswersNull) {
+  for (int decision : {platform::kLocationDenied, platform::kLocationRestricted,
+                       platform::kLocationAuthorizedWhenInUse}) {
+    mac.location.status = platform::kLocationNotDetermined;
+    mac.wifi.ssid = "Home";
+    mac.wifi.hasInterface = false;
+    ReplyPtr waiting = ssid();
+    mac.wifi.hasInterface = true;
+    mac.location.decide(decision);
+    runUntilIdle();
+    EXPECT_THAT(waiting, IsValue(Value())) << decision;
+    // Decided: later requests answer at once.
+    mac.wifi.ssid.reset();
+    EXPECT_THAT(ssid(), IsValue(Value()));
+  }
+}
+
+TEST_F(WifiTest, NoInterfaceAfterAuthorisationIsNull) {
+  ReplyPtr waiting = ssid();
+  mac.wifi.hasInterface = false;
+  mac.location.decide(platform::kLocationAuthorizedAlways);
+  runUntilIdle();
+  EXPECT_THAT(waiting, IsValue(Value()));
+}
+
+}  // namespace
+}  // namespace movaro::testing

@@ -1,0 +1,132 @@
+// A connect waits for the packet-tunnel extension's activation.
+#include "support/tunnel_fixture.h"
+
+namespace movaro::testing {
+namespace {
+
+using sim::ActivationOutcome;
+
+constexpr const char* kApproval =
+    "Allow Halvorn VPN in System Settings > General > Login Items & "
+    "Extensions > Network Extensions, then connect again.";
+
+class ExtensionActivationTest : public TunnelTest {
+ protected:
+  void SetUp() override { mac.installExtension(".network-extension"); }
+  ReplyPtr connect() {
+    ReplyPtr reply = callMain("connect", dict({{"config", kValidConfig}}));
+    runUntilIdle();
+    return reply;
+  }
+  void answer(size_t index, ActivationOutcome outcome) {
+    ASSERT_TRUE(mac.systemExtensions.answer(index, outcome));
+    runUntilIdle();
+  }
+  size_t submitted() { return mac.systemExtensions.submitted().size(); }
+};
+
+TEST_F(ExtensionActivationTest, ApprovalRoundTrip) {
+  ReplyPtr first = connect();
+  EXPECT_THAT(first, IsUnanswered());
+  ASSERT_EQ(submitted(), 1u);
+  EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
+            kVpnProvider);
+
+  answer(0, ActivationOutcome::kNeedsApproval);
+  EXPECT_THAT(first, IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  // While the user decides, connects are refused at once, with no request.
+  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  EXPECT_EQ(submitted(), 1u);
+
+  // The user approves: the request finishes with nobody waiting.
+  answer(0, ActivationOutcome::kCompleted);
+  EXPECT_EQ(mac.networkExtension.saved().size(), 0u);
+
+  ReplyPtr again = connect();
+  ASSERT_EQ(submitted(), 2u);
+  answer(1, ActivationOutcome::kCompleted);
+  EXPECT_THAT(again, IsValue(true));
+  EXPECT_NE(savedVpn(), nullptr);
+}
+
+TEST_F(ExtensionActivationTest, RestartAndFailureEndTheWaitWithTheirErrors) {
+  ReplyPtr restart = connect();
+  answer(0, ActivationOutcome::kWillCompleteAfterReboot);
+  EXPECT_THAT(restart,
+              IsError("EXTENSION_RESTART_REQUIRED",
+                      "Restart this Mac to finish enabling Halvorn VPN, then "
+                      "connect again."));
+  ReplyPtr failed = connect();
+  ASSERT_EQ(submitted(), 2u);
+  answer(1, ActivationOutcome::kFailed);
+  EXPECT_THAT(failed,
+              IsError("EXTENSION_ACTIVATION_FAILED",
+                      "macOS could not enable the Halvorn VPN network "
+                      "extension. Check its permission in System Settings "
+                      "and try again."));
+  // Both cleared the pending request: the next connect submits anew.
+  connect();
+  EXPECT_EQ(submitted(), 3u);
+  EXPECT_TRUE(mac.networkExtension.saved().empty());
+}
+
+TEST_F(ExtensionActivationTest, CallbacksForOtherRequestsAreIgnored) {
+  ReplyPtr first = connect();
+  answer(0, ActivationOutcome::kFailed);
+  ReplyPtr second = connect();
+  // A late answer for the first request changes nothing.
+  answer(0, ActivationOutcome::kNeedsApproval);
+  answer(0, ActivationOutcome::kCompleted);
+  EXPECT_THAT(second, IsUnanswered());
+  answer(1, ActivationOutcome::kCompleted);
+  EXPECT_THAT(second, IsValue(true));
+}
+
+TEST_F(ExtensionActivationTest, ReplacementIsAlwaysReplace) {
+  connect();
+  answer(0, ActivationOutcome::kReplace);
+  EXPECT_EQ(mac.systemExtensions.replacementAnswers,
+            std::vector<platform::ReplacementAction>{
+                platform::ReplacementAction::kReplace});
+}
+
+TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {
+  ReplyPtr waiting = connect();
+  ReplyPtr firstDisconnect = callMain("disconnect");
+  ReplyPtr secondDisconnect = callMain("disconnect");
+  EXPECT_THAT(waiting,
+              IsError("CONNECT_CANCELED", "The connection was canceled."));
+  runUntilIdle();
+  EXPECT_THAT(firstDisconnect, IsValue(true));
+  EXPECT_THAT(secondDisconnect, IsValue(true));
+  // The request stays submitted: connects are refused until it ends.
+  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  answer(0, ActivationOutcome::kCompleted);
+  EXPECT_EQ(waiting->count, 1);
+  connect();
+  EXPECT_EQ(submitted(), 2u);
+}
+
+TEST_F(ExtensionActivationTest, WithoutTheBundleThereIsNoRequest) {
+  mac.fileManager.virtualBundles.clear();
+  EXPECT_THAT(connect(), IsValue(true));
+  EXPECT_EQ(submitted(), 0u);
+}
+
+TEST_F(ExtensionActivationTest, AMissingBundleIdentifierUsesTheFallback) {
+  mac.mainBundle.contents.identifier.reset();
+  connect();
+  ASSERT_EQ(submitted(), 1u);
+  EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
+            "com.quillfen.movaro.macos.network-extension");
+}
+
+TEST_F(ExtensionActivationTest, ALateOutcomeAfterTeardownAnswersNobody) {
+  ReplyPtr waiting = connect();
+  teardown();
+  answer(0, ActivationOutcome::kCompleted);
+  EXPECT_THAT(waiting, IsUnanswered());
+}
+
+}  // namespace
+}  // namespace movaro::testing

@@ -1,0 +1,213 @@
+// The connect that writes, saves, reloads and starts the tunnel profile.
+#include "support/tunnel_fixture.h"
+
+namespace movaro::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST_F(TunnelTest, FirstConnectWritesEveryFieldSavesReloadsAndStarts) {
+  mac.defaults.values[Value("HalvornTrustedWifiSsids")] =
+      ValueList{"Office", " Home ", 7};
+  ReplyPtr reply =
+      connectWith(dict({{"verificationUrl", "https://check"},
+                        {"enableOnDemand", true},
+                        {"sessionEndsAtEpochMilliseconds", 1.7e12}}));
+  EXPECT_THAT(reply, IsValue(true));
+  EXPECT_THAT(mac.log.names(),
+              ElementsAre("ne.loadAll", "ne.save", "ne.reload", "ne.start"));
+  sim::SavedProfile* saved = savedVpn();
+  ASSERT_NE(saved, nullptr);
+  const auto& fields = saved->fields;
+  EXPECT_EQ(fields.description, "Halvorn VPN");
+  EXPECT_TRUE(fields.enabled);
+  EXPECT_TRUE(fields.onDemandEnabled);
+  ASSERT_EQ(fields.rules.size(), 2u);
+  EXPECT_EQ(fields.rules[0].action,
+            platform::OnDemandRule::Action::kDisconnect);
+  EXPECT_THAT(fields.rules[0].ssidMatch, ElementsAre("Home", "Office"));
+  EXPECT_EQ(fields.rules[1].action, platform::OnDemandRule::Action::kConnect);
+  EXPECT_TRUE(fields.rules[1].ssidMatch.empty());
+  const auto& protocol = *fields.protocol;
+  EXPECT_EQ(protocol.providerBundleIdentifier, kVpnProvider);
+  EXPECT_EQ(protocol.serverAddress, "vpn.example.com:51820");
+  EXPECT_TRUE(protocol.includeAllNetworks);
+  EXPECT_EQ(Value(*protocol.providerConfiguration),
+            Value(dict(
+                {{"wgQuickConfig", kValidConfig},
+                 {"trustedWifiSsids", ValueList{"Home", "Office"}},
+                 {"sessionEndsAtEpochMilliseconds", int64_t{1700000000000}}})));
+  // The start carries no options.
+  EXPECT_FALSE(find(mac.log.named("ne.start")[0].details, "options"));
+  EXPECT_EQ(status(), platform::kVpnStatusConnecting);
+}
+
+TEST_F(TunnelTest, ProviderConfigurationHasTwoKeysWithoutASessionEnd) {
+  for (const Value& sessionEnd : {Value(), Value("1700000000000")}) {
+    ValueMap args;
+    if (!sessionEnd.isNull()) {
+      args[Value("sessionEndsAtEpochMilliseconds")] = sessionEnd;
+    }
+    EXPECT_THAT(connectWith(args), IsValue(true));
+    EXPECT_EQ(Value(providerConfiguration()),
+              Value(dict({{"wgQuickConfig", kValidConfig},
+                          {"trustedWifiSsids", ValueList{}}})));
+  }
+}
+
+TEST_F(TunnelTest, ProtectAllNetworksNeedsAVerificationUrlWithoutSplitTunnel) {
+  struct Case {
+    Value url;
+    Value split;
+    bool expected;
+  };
+  const Case cases[] = {
+      {"https://v", Value(), true},
+      {"https://v", false, true},
+      {"https://v", true, false},
+      {"", false, false},
+      {Value(), false, false},
+      {"https://v", "true", true},
+      {5, false, false},
+  };
+  for (const Case& c : cases) {
+    ValueMap args;
+    if (!c.url.isNull()) {
+      args[Value("verificationUrl")] = c.url;
+    }
+    if (!c.split.isNull()) {
+      args[Value("splitTunnelEnabled")] = c.split;
+    }
+    EXPECT_THAT(connectWith(args), IsValue(true));
+    EXPECT_EQ(savedVpn()->fields.protocol->includeAllNetworks, c.expected);
+  }
+}
+
+TEST_F(TunnelTest, OnDemandOffClearsTheRulesOfAnEarlierConnect) {
+  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
+  ASSERT_EQ(savedVpn()->fields.rules.size(), 1u);  // connect everywhere
+  EXPECT_THAT(connectWith(dict({{"enableOnDemand", "yes"}})), IsValue(true));
+  EXPECT_FALSE(savedVpn()->fields.onDemandEnabled);
+  EXPECT_TRUE(savedVpn()->fields.rules.empty());
+  // Still one profile, rewritten.
+  EXPECT_EQ(mac.networkExtension.saved().size(), 1u);
+}
+
+TEST_F(TunnelTest, ConnectUsesThePushedTextAndReplacesItWithItsOwn) {
+  EXPECT_THAT(callMain("pushConfig", dict({{"config", kValidConfig}})),
+              IsValue(true));
+  ReplyPtr reply = callMain("connect");
+  runUntilIdle();
+  EXPECT_THAT(reply, IsValue(true));
+  EXPECT_EQ(*find(providerConfiguration(), "wgQuickConfig"),
+            Value(kValidConfig));
+
+  // A failing connect still replaces the cached text.
+  EXPECT_THAT(connectWith(dict({{"config", "no endpoint here"}})),
+              IsError("INVALID_CONFIG", "WireGuard endpoint is missing"));
+  reply = callMain("connect");
+  runUntilIdle();
+  EXPECT_THAT(reply,
+              IsError("INVALID_CONFIG", "WireGuard endpoint is missing"));
+}
+
+TEST_F(TunnelTest, TheMatchingProfileIsUsedAndOthersAreLeftAlone) {
+  sim::ProfileFields other;
+  other.protocol = platform::TunnelProtocol{true, "com.other.vpn", "o:1", false,
+                                            dict({{"k", "v"}})};
+  other.description = "Other";
+  mac.networkExtension.addSavedProfile(other);
+  sim::ProfileFields noProtocol;
+  mac.networkExtension.addSavedProfile(noProtocol);
+  sim::ProfileFields ours;
+  ours.protocol =
+      platform::TunnelProtocol{true, kVpnProvider, "old:1", false, {}};
+  int64_t oursId = mac.networkExtension.addSavedProfile(ours).id;
+
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  auto& saved = mac.networkExtension.saved();
+  ASSERT_EQ(saved.size(), 3u);
+  EXPECT_EQ(saved[0].fields.description, "Other");
+  EXPECT_EQ(saved[0].fields.protocol->serverAddress, "o:1");
+  EXPECT_FALSE(saved[1].fields.protocol);
+  EXPECT_EQ(savedVpn()->id, oursId);
+  EXPECT_EQ(savedVpn()->fields.protocol->serverAddress,
+            "vpn.example.com:51820");
+}
+
+TEST_F(TunnelTest, EachFailingStepAnswersItsOwnError) {
+  struct Case {
+    const char* operation;
+    const char* code;
+    const char* message;
+    std::vector<std::string> calls;
+  };
+  const Case cases[] = {
+      {"loadAll", "LOAD_FAILED", "Failed to load VPN manager", {"ne.loadAll"}},
+      {"save", "SAVE_FAILED", "Disk full.", {"ne.loadAll", "ne.save"}},
+      {"reload",
+       "RELOAD_FAILED",
+       "Disk full.",
+       {"ne.loadAll", "ne.save", "ne.reload"}},
+      {"start",
+       "START_FAILED",
+       "Disk full.",
+       {"ne.loadAll", "ne.save", "ne.reload", "ne.start"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.operation);
+    mac.log.clear();
+    mac.networkExtension.failures[c.operation] = {"Disk full.", 1};
+    EXPECT_THAT(connectWith({}), IsError(c.code, c.message));
+    EXPECT_EQ(mac.log.names(), c.calls);
+  }
+}
+
+TEST_F(TunnelTest, AFailedSaveLeavesTheSavedProfileAsItWas) {
+  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
+  mac.networkExtension.failures["save"] = {"Denied.", 1};
+  EXPECT_THAT(connectWith(dict({{"enableOnDemand", false}})),
+              IsError("SAVE_FAILED", "Denied."));
+  EXPECT_TRUE(savedVpn()->fields.onDemandEnabled);
+}
+
+TEST_F(TunnelTest, InvalidConfigurationsNeverTouchTheProfile) {
+  EXPECT_THAT(connectWith(dict({{"config", "[Interface]\nPrivateKey = x\n"}})),
+              IsError("INVALID_CONFIG", "WireGuard endpoint is missing"));
+  EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll"));
+  EXPECT_EQ(mac.networkExtension.saved().size(), 0u);
+}
+
+TEST_F(TunnelTest, ConnectWhileUpRewritesAndStartsAgain) {
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  advance(2);
+  EXPECT_EQ(status(), platform::kVpnStatusConnected);
+  mac.log.clear();
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  EXPECT_THAT(mac.log.names(),
+              ElementsAre("ne.loadAll", "ne.save", "ne.reload", "ne.start"));
+}
+
+TEST_F(TunnelTest, PrepareAnswersWhetherTheLoadWorked) {
+  EXPECT_THAT(callMain("prepare", dict({{"x", 1}})), IsUnanswered());
+  runUntilIdle();
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  ReplyPtr failed = callMain("prepare");
+  ReplyPtr worked = callMain("prepare");
+  runUntilIdle();
+  EXPECT_THAT(failed, IsValue(false));
+  EXPECT_THAT(worked, IsValue(true));
+  EXPECT_TRUE(mac.systemExtensions.submitted().empty());
+}
+
+TEST_F(TunnelTest, NoReplyOnceThePluginIsGone) {
+  ReplyPtr connect = callMain("connect", dict({{"config", kValidConfig}}));
+  ReplyPtr prepare = callMain("prepare");
+  teardown();
+  runUntilIdle();
+  EXPECT_THAT(connect, IsUnanswered());
+  EXPECT_THAT(prepare, IsUnanswered());
+}
+
+}  // namespace
+}  // namespace movaro::testing

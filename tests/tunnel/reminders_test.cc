@@ -1,0 +1,138 @@
+// Subscription reminders as local notifications.
+#include "support/tunnel_fixture.h"
+
+namespace movaro::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// The virtual clock starts at 2030-01-01T00:00:00Z.
+constexpr int64_t kStartMillis = 1893456000000;
+
+Value reminder(Value id, double inSeconds, const char* title = "Renew") {
+  return dict({{"id", id},
+               {"title", title},
+               {"body", "Your plan ends soon."},
+               {"scheduled_at_millis",
+                static_cast<double>(kStartMillis) + inSeconds * 1000}});
+}
+
+// Runs with the system's callbacks on the main queue, and again on threads
+// of their own.
+class RemindersTest : public TunnelTest,
+                      public ::testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    mac.notifications.callbacksOnOtherThreads = GetParam();
+  }
+  ReplyPtr sync(const ValueList& reminders) {
+    ReplyPtr reply =
+        callMain("syncSubscriptionReminders", dict({{"reminders", reminders}}));
+    settle();
+    return reply;
+  }
+  void settle() {
+    for (int i = 0; i < 4; ++i) {
+      mac.notifications.joinCallbacks();
+      runUntilIdle();
+    }
+  }
+  std::vector<std::string> pendingIds() {
+    std::vector<std::string> ids;
+    for (const auto& request : mac.notifications.pendingRequests()) {
+      ids.push_back(request.identifier);
+    }
+    return ids;
+  }
+};
+
+TEST_P(RemindersTest, AnEmptyListClearsTheSlotsWithoutAskingAnything) {
+  EXPECT_THAT(sync({}), IsValue(true));
+  EXPECT_THAT(mac.log.names(), ElementsAre("un.removePending"));
+  EXPECT_EQ(*find(mac.log.calls()[0].details, "identifiers"),
+            Value(ValueList{"halvorn.subscription.1", "halvorn.subscription.2",
+                            "halvorn.subscription.3", "halvorn.subscription.4",
+                            "halvorn.subscription.5", "halvorn.subscription.6",
+                            "halvorn.subscription.7"}));
+}
+
+TEST_P(RemindersTest, SchedulesWithAOneSecondFloorAndDropsThePast) {
+  ReplyPtr reply = sync({reminder(1, 0.5), reminder(2, 90), reminder(3, -5),
+                         reminder("4", 60), reminder(5, 0),
+                         dict({{"id", 6}, {"title", "t"}}), reminder(7.9, 30)});
+  EXPECT_THAT(reply, IsValue(true));
+  auto requests = mac.notifications.pendingRequests();
+  ASSERT_EQ(requests.size(), 3u);
+  EXPECT_EQ(requests[0].identifier, "halvorn.subscription.1");
+  EXPECT_EQ(requests[0].timeInterval, 1.0);
+  EXPECT_EQ(requests[1].identifier, "halvorn.subscription.2");
+  EXPECT_EQ(requests[1].timeInterval, 90.0);
+  EXPECT_EQ(requests[2].identifier, "halvorn.subscription.7");  // cut to 7
+  EXPECT_EQ(requests[0].title, "Renew");
+  EXPECT_EQ(requests[0].body, "Your plan ends soon.");
+  EXPECT_TRUE(requests[0].defaultSound);
+  EXPECT_FALSE(requests[0].repeats);
+  auto asked = mac.log.named("un.requestAuthorization");
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].details,
+            dict({{"alert", true}, {"sound", true}, {"badge", false}}));
+}
+
+TEST_P(RemindersTest, IdsOutsideTheSlotsSurviveLaterCalls) {
+  EXPECT_THAT(sync({reminder(9, 60), reminder(2, 60)}), IsValue(true));
+  EXPECT_THAT(sync({reminder(3, 60)}), IsValue(true));
+  EXPECT_THAT(pendingIds(),
+              ElementsAre("halvorn.subscription.9", "halvorn.subscription.3"));
+}
+
+TEST_P(RemindersTest, AllInThePastStillAsksAndAnswersTrue) {
+  EXPECT_THAT(sync({reminder(1, -1), reminder(2, -100)}), IsValue(true));
+  EXPECT_EQ(mac.log.named("un.requestAuthorization").size(), 1u);
+  EXPECT_THAT(pendingIds(), IsEmpty());
+}
+
+TEST_P(RemindersTest, DeclinedOrFailedAuthorisation) {
+  EXPECT_THAT(sync({reminder(1, 60)}), IsValue(true));
+  mac.notifications.authorization =
+      sim::SimNotificationCenter::Authorization::kDeclined;
+  ReplyPtr declined = sync({reminder(2, 60)});
+  EXPECT_THAT(declined,
+              IsError("NOTIFICATION_PERMISSION_DENIED", std::nullopt));
+  // The old reminders in the slots are gone, and nothing new is scheduled.
+  EXPECT_THAT(pendingIds(), IsEmpty());
+  mac.notifications.authorization =
+      sim::SimNotificationCenter::Authorization::kFailing;
+  EXPECT_THAT(sync({reminder(2, 60)}),
+              IsError("NOTIFICATION_PERMISSION_DENIED",
+                      "Notifications are not allowed."));
+}
+
+TEST_P(RemindersTest, FailedAdditionsAreReportedOnceAndTheRestStay) {
+  mac.notifications.addFailures["halvorn.subscription.2"] = "Quota exceeded.";
+  mac.notifications.addFailures["halvorn.subscription.4"] = "Quota exceeded.";
+  ReplyPtr reply = sync({reminder(1, 60), reminder(2, 60), reminder(3, 60),
+                         reminder(4, 60), reminder(5, 60)});
+  EXPECT_THAT(reply, IsError("REMINDER_SCHEDULE_FAILED", "Quota exceeded."));
+  EXPECT_EQ(reply->count, 1);
+  EXPECT_THAT(pendingIds(),
+              ElementsAre("halvorn.subscription.1", "halvorn.subscription.3",
+                          "halvorn.subscription.5"));
+}
+
+TEST_P(RemindersTest, ANonListArgumentIsAnEmptyList) {
+  EXPECT_THAT(callMain("syncSubscriptionReminders",
+                       dict({{"reminders", ValueList{reminder(1, 60), 5}}})),
+              IsValue(true));
+  EXPECT_THAT(mac.log.names(), ElementsAre("un.removePending"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Queues,
+                         RemindersTest,
+                         ::testing::Bool(),
+                         [](const auto& test) {
+                           return test.param ? "OtherThreads" : "MainQueue";
+                         });
+
+}  // namespace
+}  // namespace movaro::testing
