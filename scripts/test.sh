@@ -27,3 +27,9 @@ CXX=clang++-14 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DMOVARO_TSAN=O
 cmake --build build-tsan -j"$jobs" --target tunnel_tests
 TSAN_OPTIONS=halt_on_error=1 \
   ctest --test-dir build-tsan --output-on-failure -R 'Reminders'
+
+# Every fuzz target, briefly: the README's fuzz command runs them longer.
+scripts/fuzz.sh 15
+
+# The macOS build's Objective-C++ type-checked against stand-in headers.
+scripts/typecheck-macos.sh

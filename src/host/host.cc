@@ -41,7 +41,41 @@ void Host::persist() {
   }
 }
 
+namespace {
+
+// The deepest nesting of arrays and objects in a JSON text, strings skipped.
+size_t nestingDepth(const std::string& text) {
+  size_t depth = 0;
+  size_t deepest = 0;
+  bool inString = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    char c = text[i];
+    if (inString) {
+      if (c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      deepest = std::max(deepest, ++depth);
+    } else if ((c == ']' || c == '}') && depth > 0) {
+      --depth;
+    }
+  }
+  return deepest;
+}
+
+}  // namespace
+
 void Host::handleLine(const std::string& line) {
+  // Values nest no deeper than the codec carries; the top object is one
+  // level of its own.
+  if (nestingDepth(line) > StandardMessageCodec::kMaxDepth) {
+    hostError(nullptr, "The line nests deeper than the codec carries.");
+    return;
+  }
   Json parsed = Json::parse(line, nullptr, false);
   if (parsed.is_discarded()) {
     hostError(nullptr, "The line is not valid JSON.");

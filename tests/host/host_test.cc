@@ -66,6 +66,21 @@ TEST_F(HostTest, LinesItCannotTakeGetAHostErrorAndTheHostGoesOn) {
       true);
 }
 
+TEST_F(HostTest, HostileLinesAreRefusedAndTheHostGoesOn) {
+  std::string deep =
+      R"({"id":1,"channel":"movaro_platform","method":"x","arguments":)" +
+      std::string(100000, '[') + std::string(100000, ']') + "}";
+  EXPECT_TRUE(one(deep).contains("hostError"));
+  std::string huge =
+      R"({"id":2,"channel":"movaro_platform","method":"pushConfig","arguments":{"config":")" +
+      std::string(10 * 1024 * 1024, 'a') + R"("}})";
+  EXPECT_EQ(one(huge)["result"], true);
+  EXPECT_TRUE(one("{\"id\":3,\"sim\":\"\xc3\x28\"}").contains("hostError"));
+  EXPECT_EQ(one(R"({"id":4,"channel":"movaro_platform","method":"getAppInfo"})")
+                ["id"],
+            4);
+}
+
 TEST_F(HostTest, NumbersKeepTheirKindBothWays) {
   Json mainBundle = one(
       R"({"id":1,"sim":"mainBundle","info":{"a":1,"b":5000000000,"c":1.0,"d":2e3,"e":null}})");

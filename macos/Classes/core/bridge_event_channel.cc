@@ -1,0 +1,2 @@
+// Compiles src/bridge/event_channel.cc into the plugin pod.
+#include "../../../src/bridge/event_channel.cc"

@@ -1,0 +1,2 @@
+// Compiles src/bridge/standard_codec.cc into the plugin pod.
+#include "../../../src/bridge/standard_codec.cc"

@@ -1,0 +1,2 @@
+// Compiles src/platform/foundation.cc into the plugin pod.
+#include "../../../src/platform/foundation.cc"

@@ -1,0 +1,2 @@
+// Compiles src/platform/provider_reply.cc into the plugin pod.
+#include "../../../src/platform/provider_reply.cc"

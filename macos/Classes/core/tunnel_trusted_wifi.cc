@@ -1,0 +1,2 @@
+// Compiles src/tunnel/trusted_wifi.cc into the plugin pod.
+#include "../../../src/tunnel/trusted_wifi.cc"

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang, ASan and UBSan, and runs each for
+# the given number of seconds (default 20) on a copy of its seed corpus.
+#   scripts/fuzz.sh            # every target, 20 s each
+#   scripts/fuzz.sh 3600 wg_quick_fuzzer
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds=${1:-20}
+shift || true
+scripts/install-deps.sh > /dev/null
+CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DMOVARO_FUZZ=ON -DMOVARO_SANITIZE=ON -DMOVARO_BENCH=OFF > /dev/null
+targets=("$@")
+if [ ${#targets[@]} -eq 0 ]; then
+  for source in fuzz/*_fuzzer.cc; do
+    targets+=("$(basename "$source" .cc)")
+  done
+fi
+cmake --build build-fuzz -j"$(nproc)" --target "${targets[@]}"
+for target in "${targets[@]}"; do
+  corpus=$(mktemp -d)
+  cp -r "fuzz/corpus/${target%_fuzzer}/." "$corpus/" 2>/dev/null || true
+  echo "fuzzing $target for ${seconds}s"
+  ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 \
+    "build-fuzz/fuzz/$target" -max_total_time="$seconds" -max_len=1048576 \
+    -rss_limit_mb=4096 -print_final_stats=1 "$corpus" 2>&1 | grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|==|SUMMARY)" || true
+  rm -rf "$corpus"
+done
