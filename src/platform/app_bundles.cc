@@ -29,10 +29,11 @@
 #include "platform/app_bundles.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -151,24 +152,53 @@ bool listFolder(const std::string& folder, std::vector<Child>& children) {
   return true;
 }
 
-bool isFolder(const std::string& path) {
-  struct stat info {};
-  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
 bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() &&
          text.substr(text.size() - suffix.size()) == suffix;
 }
 
+// An open folder, closed when it goes.
+class OpenFolder {
+ public:
+  explicit OpenFolder(const std::string& path)
+      : fd_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  ~OpenFolder() {
+    if (fd_ >= 0) {
+      ::close(fd_);
+    }
+  }
+  OpenFolder(const OpenFolder&) = delete;
+  OpenFolder& operator=(const OpenFolder&) = delete;
+
+  bool isOpen() const { return fd_ >= 0; }
+  int fd() const { return fd_; }
+  bool hasFolder(const char* relative) const {
+    struct stat info {};
+    return ::fstatat(fd_, relative, &info, 0) == 0 && S_ISDIR(info.st_mode);
+  }
+  // The information list in `folder` ("." for the top): the platform
+  // variant when there is one. Absent when neither is there (then
+  // `*missing` is set) or the one there cannot be read.
+  std::optional<std::string> readInfo(const std::string& folder,
+                                      bool* missing) const {
+    std::optional<std::string> bytes =
+        readSmallFile(fd_, folder + "/Info-macos.plist", missing);
+    if (!bytes && *missing) {
+      bytes = readSmallFile(fd_, folder + "/Info.plist", missing);
+    }
+    return bytes;
+  }
+
+ private:
+  int fd_;
+};
+
+// A bundle's entries, read when it is opened; paths are looked up relative
+// to the open bundle folder, which saves walking its full path again.
 class FileBundle final : public Bundle {
  public:
-  FileBundle(PropertyListDictionary info,
-             std::string resourcesFolder,
-             std::vector<std::string> preferredLanguages)
-      : info_(std::move(info)),
-        resourcesFolder_(std::move(resourcesFolder)),
-        preferredLanguages_(std::move(preferredLanguages)) {}
+  FileBundle(PropertyListDictionary info, PropertyListDictionary localized)
+      : info_(std::move(info)), localized_(std::move(localized)) {}
 
   std::optional<std::string> bundleIdentifier() const override {
     if (auto identifier = info_.findString(std::string("CFBundleIdentifier") +
@@ -183,9 +213,6 @@ class FileBundle final : public Bundle {
     if (endsWith(key, kPlatformSuffix)) {
       return std::nullopt;
     }
-    // The localised table is read on first use only: most callers ask
-    // for the identifier first and may not go on.
-    std::call_once(localizedLoaded_, [this] { loadLocalized(); });
     if (auto value = entry(localized_, key)) {
       return value;
     }
@@ -204,24 +231,8 @@ class FileBundle final : public Bundle {
     return table.find(key);
   }
 
-  void loadLocalized() const {
-    std::optional<std::string> region =
-        info_.findString("CFBundleDevelopmentRegion");
-    std::optional<std::string> path =
-        localizedInfoPath(resourcesFolder_, preferredLanguages_, region);
-    if (!path) {
-      return;
-    }
-    if (std::optional<std::string> bytes = readSmallFile(*path)) {
-      localized_ = PropertyListDictionary::parse(*bytes);
-    }
-  }
-
   PropertyListDictionary info_;
-  std::string resourcesFolder_;
-  std::vector<std::string> preferredLanguages_;
-  mutable std::once_flag localizedLoaded_;
-  mutable PropertyListDictionary localized_;
+  PropertyListDictionary localized_;
 };
 
 }  // namespace
@@ -265,44 +276,41 @@ std::optional<std::vector<std::string>> enumerateFolder(
 std::unique_ptr<Bundle> openBundleAt(
     const std::string& path,
     const std::vector<std::string>& preferredLanguages) {
-  std::string base = path;
-  while (base.size() > 1 && base.back() == '/') {
-    base.pop_back();
-  }
-  if (base.empty()) {
+  if (path.empty()) {
     return nullptr;
   }
-  std::string infoFolder;
-  std::string resourcesFolder;
-  if (isFolder(base + "/Contents")) {
-    infoFolder = base + "/Contents";
-    resourcesFolder = infoFolder + "/Resources";
-  } else if (!isFolder(base)) {
+  const OpenFolder bundle(path);
+  if (!bundle.isOpen()) {
     return nullptr;
-  } else if (isFolder(base + "/Resources")) {
-    infoFolder = base + "/Resources";
-    resourcesFolder = infoFolder;
-  } else {
-    resourcesFolder = base;
-    const std::string_view name =
-        std::string_view(base).substr(base.find_last_of('/') + 1);
-    if (name != "Contents" && name != "Support Files") {
-      infoFolder = base;
+  }
+  // The layout, found from where the information list is.
+  bool missing = false;
+  std::optional<std::string> bytes = bundle.readInfo("Contents", &missing);
+  std::string resources = "Contents/Resources";
+  if (missing && !bundle.hasFolder("Contents")) {
+    if (bundle.hasFolder("Resources")) {
+      resources = "Resources";
+      bytes = bundle.readInfo(resources, &missing);
+    } else {
+      resources = ".";
+      std::string_view name = path;
+      while (name.size() > 1 && name.back() == '/') {
+        name.remove_suffix(1);
+      }
+      name.remove_prefix(name.find_last_of('/') + 1);
+      if (name != "Contents" && name != "Support Files") {
+        bytes = bundle.readInfo(resources, &missing);
+      }
     }
   }
-  PropertyListDictionary info;
-  if (!infoFolder.empty()) {
-    std::optional<std::string> bytes =
-        readSmallFile(infoFolder + "/Info-macos.plist");
-    if (!bytes) {
-      bytes = readSmallFile(infoFolder + "/Info.plist");
-    }
-    if (bytes) {
-      info = PropertyListDictionary::parse(*bytes);
-    }
-  }
+  PropertyListDictionary info =
+      bytes ? PropertyListDictionary::parse(*bytes) : PropertyListDictionary();
+  std::optional<std::string> localized =
+      readLocalizedInfo(bundle.fd(), resources, preferredLanguages,
+                        info.findString("CFBundleDevelopmentRegion"));
   return std::make_unique<FileBundle>(
-      std::move(info), std::move(resourcesFolder), preferredLanguages);
+      std::move(info), localized ? PropertyListDictionary::parse(*localized)
+                                 : PropertyListDictionary());
 }
 
 }  // namespace movaro::platform

@@ -15,6 +15,11 @@
 // as in Foundation. Folder and file names are matched exactly (Foundation's
 // search is case-sensitive too); language tags are compared without regard
 // to case or to "-" versus "_".
+//
+// Listing the resources folder costs more than the rest of reading a
+// bundle, so the common case is settled by looking folders up by name: the
+// first preferred language and the development region each with a folder
+// of exactly their own name. Anything else falls back to the listing.
 #ifndef MOVARO_PLATFORM_APP_BUNDLES_LOCALIZATION_H_
 #define MOVARO_PLATFORM_APP_BUNDLES_LOCALIZATION_H_
 
@@ -35,10 +40,13 @@ std::optional<std::string> preferredLocalization(
     const std::vector<std::string>& available,
     const std::vector<std::string>& preferredLanguages);
 
-// The path of the InfoPlist.strings that a bundle with this resources
-// folder reads; absent when it has none.
-std::optional<std::string> localizedInfoPath(
-    const std::string& resourcesFolder,
+// The bytes of the InfoPlist.strings that a bundle reads, from its
+// resources folder at `resourcesPath` relative to the open folder
+// `bundle`; absent when it has none or the file cannot be read (a file
+// that exists but cannot be read hides the folders after it).
+std::optional<std::string> readLocalizedInfo(
+    int bundle,
+    const std::string& resourcesPath,
     const std::vector<std::string>& preferredLanguages,
     const std::optional<std::string>& developmentRegion);
 

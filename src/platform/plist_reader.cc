@@ -175,10 +175,15 @@ bool looksLikeXml(std::string_view text) {
 
 }  // namespace
 
-std::optional<std::string> readSmallFile(const std::string& path,
+std::optional<std::string> readSmallFile(int directory,
+                                         const std::string& path,
+                                         bool* missing,
                                          size_t limit) {
-  const int fd =
-      ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  const int fd = ::openat(directory, path.c_str(),
+                          O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (missing != nullptr) {
+    *missing = fd < 0 && (errno == ENOENT || errno == ENOTDIR);
+  }
   if (fd < 0) {
     return std::nullopt;
   }
@@ -186,7 +191,8 @@ std::optional<std::string> readSmallFile(const std::string& path,
   std::optional<std::string> result;
   if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
       static_cast<uint64_t>(info.st_size) <= limit) {
-    // One byte more than expected, to notice a file that has grown.
+    // One byte more than expected, to notice a file that has grown. A
+    // regular file reads short only at its end, which saves asking again.
     std::string bytes(static_cast<size_t>(info.st_size) + 1, '\0');
     size_t filled = 0;
     bool failed = false;
@@ -197,16 +203,18 @@ std::optional<std::string> readSmallFile(const std::string& path,
         }
         bytes.resize(std::min(bytes.size() * 2, limit + 1));
       }
-      const ssize_t got =
-          ::read(fd, bytes.data() + filled, bytes.size() - filled);
+      const size_t wanted = bytes.size() - filled;
+      const ssize_t got = ::read(fd, bytes.data() + filled, wanted);
       if (got < 0 && errno == EINTR) {
         continue;
       }
       failed = got < 0;
-      if (got <= 0) {
+      if (got > 0) {
+        filled += static_cast<size_t>(got);
+      }
+      if (got <= 0 || static_cast<size_t>(got) < wanted) {
         break;
       }
-      filled += static_cast<size_t>(got);
     }
     if (!failed && filled <= limit) {
       bytes.resize(filled);

@@ -36,10 +36,14 @@ inline constexpr size_t kPropertyListFileLimit = size_t{1} << 20;
 inline constexpr int kMaxPropertyListDepth = 64;
 inline constexpr uint64_t kMaxExpandedObjects = uint64_t{1} << 22;
 
-// The bytes of a regular file of at most `limit` bytes; absent when the
-// file is missing, not a regular file (a FIFO is never opened for
-// reading), unreadable or larger.
-std::optional<std::string> readSmallFile(const std::string& path,
+// The bytes of a regular file of at most `limit` bytes, `path` taken
+// relative to the open folder `directory` (AT_FDCWD for the working
+// folder; an absolute path ignores it). Absent when the file is missing
+// (then `*missing` is set), not a regular file (a FIFO is never waited
+// on), unreadable or larger.
+std::optional<std::string> readSmallFile(int directory,
+                                         const std::string& path,
+                                         bool* missing = nullptr,
                                          size_t limit = kPropertyListFileLimit);
 
 // Whether a binary property list is well-formed enough and small enough

@@ -359,7 +359,8 @@ struct LocalisationCase {
   Entries languages;
   Entries stringsIn;  // Folders (under Resources) holding InfoPlist.strings.
   Entries emptyLprojs;
-  const char* expected;  // The folder whose file is read; "" for none.
+  const char* expected;           // The folder whose file is read; "" for none.
+  const char* region = "German";  // CFBundleDevelopmentRegion.
 };
 
 TEST_F(AppBundlesTest, ChoosesTheLocalisationAsFoundationDoes) {
@@ -383,11 +384,15 @@ TEST_F(AppBundlesTest, ChoosesTheLocalisationAsFoundationDoes) {
        "Base"},
       {"chosen lacks file", {"fr"}, {"de.lproj"}, {"fr"}, "de"},
       {"nothing to read", {"fr"}, {}, {"fr", "de"}, ""},
+      {"region by its tag", {"fr"}, {"de.lproj"}, {"fr", "Base"}, "de", "de"},
+      {"region by a shorter tag", {"fr"}, {"de.lproj"}, {"fr"}, "de", "de-AT"},
+      {"region spelled as the choice", {"fr"}, {"fr.lproj"}, {}, "fr", "FR"},
+      {"preference spelled otherwise", {"FR"}, {"fr.lproj"}, {}, "fr", "de"},
   };
   for (const LocalisationCase& c : cases) {
     SCOPED_TRACE(c.name);
     const std::string name = std::string(c.name) + ".app";
-    app(name, entry("CFBundleDevelopmentRegion", "German") +
+    app(name, entry("CFBundleDevelopmentRegion", c.region) +
                   entry("CFBundleDisplayName", ""));
     for (const std::string& lproj : c.stringsIn) {
       write(name + "/Contents/Resources/" + lproj + "/InfoPlist.strings",
