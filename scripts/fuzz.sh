@@ -17,12 +17,32 @@ if [ ${#targets[@]} -eq 0 ]; then
   done
 fi
 cmake --build build-fuzz -j"$(nproc)" --target "${targets[@]}"
+failed=()
 for target in "${targets[@]}"; do
-  corpus=$(mktemp -d)
-  cp -r "fuzz/corpus/${target%_fuzzer}/." "$corpus/" 2>/dev/null || true
+  work=$(mktemp -d)
+  mkdir -p "$work/corpus" "$work/artifacts"
+  cp -r "fuzz/corpus/${target%_fuzzer}/." "$work/corpus/" 2>/dev/null || true
   echo "fuzzing $target for ${seconds}s"
+  status=0
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1 \
     "build-fuzz/fuzz/$target" -max_total_time="$seconds" -max_len=1048576 \
-    -rss_limit_mb=4096 -print_final_stats=1 "$corpus" 2>&1 | grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|==|SUMMARY)" || true
-  rm -rf "$corpus"
+    -rss_limit_mb=4096 -print_final_stats=1 \
+    -artifact_prefix="$work/artifacts/" "$work/corpus" > "$work/log" 2>&1 ||
+    status=$?
+  grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|SUMMARY)" \
+    "$work/log" || true
+  if [ "$status" -ne 0 ]; then
+    # The finding and its input, for a regression test.
+    tail -n 60 "$work/log"
+    for artifact in "$work/artifacts"/*; do
+      [ -e "$artifact" ] && echo "input $(basename "$artifact"):" &&
+        od -An -tx1 "$artifact" | head -n 20
+    done
+    failed+=("$target")
+  fi
+  rm -rf "$work"
 done
+if [ ${#failed[@]} -ne 0 ]; then
+  echo "fuzzing found faults in: ${failed[*]}" >&2
+  exit 1
+fi
