@@ -127,12 +127,14 @@ Value valueFromFlutter(id _Nullable object) {
     return Value(std::move(list));
   }
   if ([object isKindOfClass:[NSDictionary class]]) {
-    ValueMap map;
     NSDictionary* dictionary = object;
+    ValueMap::Entries entries;
+    entries.reserve(dictionary.count);
     for (id key in dictionary) {
-      map[valueFromFlutter(key)] = valueFromFlutter(dictionary[key]);
+      entries.emplace_back(valueFromFlutter(key),
+                           valueFromFlutter(dictionary[key]));
     }
-    return Value(std::move(map));
+    return Value(ValueMap::fromEntries(std::move(entries)));
   }
   return platform::apple::toValue(object);
 }

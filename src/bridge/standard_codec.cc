@@ -267,16 +267,16 @@ class Reader {
         if (!size(n) || !need(n, 2)) {
           return false;
         }
-        ValueMap map;
+        ValueMap::Entries entries;
+        entries.reserve(n);
         for (size_t i = 0; i < n; ++i) {
-          Value key;
-          Value element;
-          if (!value(key, depth + 1) || !value(element, depth + 1)) {
+          entries.emplace_back();
+          if (!value(entries.back().first, depth + 1) ||
+              !value(entries.back().second, depth + 1)) {
             return false;
           }
-          map.insert_or_assign(std::move(key), std::move(element));
         }
-        out = std::move(map);
+        out = ValueMap::fromEntries(std::move(entries));
         return true;
       }
       default:

@@ -3,18 +3,18 @@
 #define MOVARO_BRIDGE_VALUE_H_
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "bridge/value_map.h"
+
 namespace movaro {
 
 class Value;
 using ValueList = std::vector<Value>;
-using ValueMap = std::map<Value, Value>;
 
 using ValueVariant = std::variant<std::monostate,
                                   bool,
@@ -70,6 +70,73 @@ class Value {
  private:
   ValueVariant variant_;
 };
+
+template <typename V>
+std::pair<ValueMap::iterator, bool> ValueMap::insert_or_assign(const Value& key,
+                                                               V&& value) {
+  auto it = lower_bound(key);
+  if (it != entries_.end() && !(key < it->first)) {
+    it->second = std::forward<V>(value);
+    return {it, false};
+  }
+  return {entries_.insert(it, value_type(key, std::forward<V>(value))), true};
+}
+
+inline ValueMap::iterator ValueMap::begin() {
+  return entries_.begin();
+}
+inline ValueMap::iterator ValueMap::end() {
+  return entries_.end();
+}
+inline ValueMap::const_iterator ValueMap::begin() const {
+  return entries_.begin();
+}
+inline ValueMap::const_iterator ValueMap::end() const {
+  return entries_.end();
+}
+inline ValueMap::const_iterator ValueMap::cbegin() const {
+  return entries_.cbegin();
+}
+inline ValueMap::const_iterator ValueMap::cend() const {
+  return entries_.cend();
+}
+inline size_t ValueMap::size() const {
+  return entries_.size();
+}
+inline bool ValueMap::empty() const {
+  return entries_.empty();
+}
+inline void ValueMap::clear() {
+  entries_.clear();
+}
+inline void ValueMap::reserve(size_t count) {
+  entries_.reserve(count);
+}
+inline ValueMap::iterator ValueMap::erase(const_iterator position) {
+  return entries_.erase(position);
+}
+
+template <typename K, typename V>
+std::pair<ValueMap::iterator, bool> ValueMap::emplace(K&& key, V&& value) {
+  return insert(value_type(std::forward<K>(key), std::forward<V>(value)));
+}
+
+template <typename K, typename V>
+std::pair<ValueMap::iterator, bool> ValueMap::try_emplace(K&& key, V&& value) {
+  return emplace(std::forward<K>(key), std::forward<V>(value));
+}
+
+template <typename K, typename V>
+ValueMap::iterator ValueMap::emplace_hint(const_iterator /*hint*/,
+                                          K&& key,
+                                          V&& value) {
+  Value k(std::forward<K>(key));
+  if (goesLast(k)) {
+    entries_.emplace_back(std::move(k), std::forward<V>(value));
+    return entries_.end() - 1;
+  }
+  return insert(value_type(std::move(k), std::forward<V>(value))).first;
+}
 
 // Builds a map with string keys: Value(dict({{"a", 1}})).
 ValueMap dict(std::initializer_list<std::pair<const char*, Value>> entries);

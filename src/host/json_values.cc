@@ -35,11 +35,12 @@ Value jsonToValue(const Json& json) {
       return list;
     }
     case Json::value_t::object: {
-      ValueMap map;
+      ValueMap::Entries entries;
+      entries.reserve(json.size());
       for (const auto& [key, element] : json.items()) {
-        map.insert_or_assign(Value(key), jsonToValue(element));
+        entries.emplace_back(Value(key), jsonToValue(element));
       }
-      return map;
+      return ValueMap::fromEntries(std::move(entries));
     }
     default:
       return Value();

@@ -139,7 +139,7 @@ std::optional<Value> toValue(plist_t node, int depth) {
       return Value(std::move(list));
     }
     case PLIST_DICT: {
-      ValueMap map;
+      ValueMap::Entries entries;
       plist_dict_iter iter = nullptr;
       plist_dict_new_iter(node, &iter);
       while (iter != nullptr) {
@@ -151,12 +151,12 @@ std::optional<Value> toValue(plist_t node, int depth) {
           break;
         }
         if (auto value = toValue(item, depth + 1)) {
-          map.insert_or_assign(Value(std::string(key)), std::move(*value));
+          entries.emplace_back(Value(std::string(key)), std::move(*value));
         }
         std::free(key);
       }
       std::free(iter);
-      return Value(std::move(map));
+      return Value(ValueMap::fromEntries(std::move(entries)));
     }
     default:
       return std::nullopt;

@@ -101,6 +101,7 @@ class Converter {
 
     ValueMap map;
     const size_t end = scratch_.size();
+    map.reserve(end - base);
     for (size_t i = base; i < end; ++i) {
       // Of equal keys, the first in the document comes first: it wins.
       if (i > base && scratch_[i].key == scratch_[i - 1].key) {

@@ -347,18 +347,19 @@ class Parser {
   // After "{" (or at the start of a strings file): entries up to "}" (or
   // the end of the text).
   std::optional<ValueMap> parseDictionary(int depth, bool stringsFile) {
-    ValueMap map;
+    ValueMap::Entries entries;
     while (true) {
       if (!skipSpace()) {
         return std::nullopt;
       }
       if (atEnd()) {
-        return stringsFile ? std::optional<ValueMap>(std::move(map))
+        return stringsFile ? std::optional<ValueMap>(
+                                 ValueMap::fromEntries(std::move(entries)))
                            : std::nullopt;
       }
       if (!stringsFile && peek() == '}') {
         ++pos_;
-        return map;
+        return ValueMap::fromEntries(std::move(entries));
       }
       auto key = parseString();
       if (!key || !skipSpace() || atEnd()) {
@@ -381,7 +382,7 @@ class Parser {
       if (!expect(';')) {
         return std::nullopt;
       }
-      map.insert_or_assign(Value(std::move(*key)), std::move(value));
+      entries.emplace_back(Value(std::move(*key)), std::move(value));
     }
   }
 

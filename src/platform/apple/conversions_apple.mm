@@ -113,24 +113,25 @@ Value toValue(id _Nullable object) {
     return Value(std::move(list));
   }
   if ([object isKindOfClass:[NSDictionary class]]) {
-    ValueMap map;
     NSDictionary* dictionary = object;
+    ValueMap::Entries entries;
+    entries.reserve(dictionary.count);
     for (id key in dictionary) {
-      map[toValue(key)] = toValue(dictionary[key]);
+      entries.emplace_back(toValue(key), toValue(dictionary[key]));
     }
-    return Value(std::move(map));
+    return Value(ValueMap::fromEntries(std::move(entries)));
   }
   return Value();
 }
 
 ValueMap toStringKeyedMap(NSDictionary* _Nullable dictionary) {
-  ValueMap map;
+  ValueMap::Entries entries;
   for (id key in dictionary) {
     if ([key isKindOfClass:[NSString class]]) {
-      map[Value(toStdString(key))] = toValue(dictionary[key]);
+      entries.emplace_back(Value(toStdString(key)), toValue(dictionary[key]));
     }
   }
-  return map;
+  return ValueMap::fromEntries(std::move(entries));
 }
 
 id toObjC(const Value& value) {

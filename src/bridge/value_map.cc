@@ -1,0 +1,145 @@
+#include "bridge/value_map.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "bridge/value.h"
+
+namespace movaro {
+namespace {
+
+bool keyBefore(const ValueMap::value_type& entry, const Value& key) {
+  return entry.first < key;
+}
+
+}  // namespace
+
+ValueMap::ValueMap() = default;
+ValueMap::~ValueMap() = default;
+ValueMap::ValueMap(const ValueMap&) = default;
+ValueMap::ValueMap(ValueMap&&) noexcept = default;
+ValueMap& ValueMap::operator=(const ValueMap&) = default;
+ValueMap& ValueMap::operator=(ValueMap&&) noexcept = default;
+
+ValueMap::ValueMap(std::initializer_list<value_type> entries) {
+  entries_.reserve(entries.size());
+  for (const value_type& entry : entries) {
+    appendOrInsert(entry);
+  }
+}
+
+ValueMap ValueMap::fromEntries(Entries entries) {
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const value_type& a, const value_type& b) {
+                     return a.first < b.first;
+                   });
+  // Of each run of equal keys, the last entry moves to the run's place.
+  auto out = entries.begin();
+  for (auto it = entries.begin(); it != entries.end(); ++it) {
+    auto next = it + 1;
+    if (next != entries.end() && !(it->first < next->first)) {
+      continue;
+    }
+    if (out != it) {
+      *out = std::move(*it);
+    }
+    ++out;
+  }
+  entries.erase(out, entries.end());
+  ValueMap map;
+  map.entries_ = std::move(entries);
+  return map;
+}
+
+ValueMap::iterator ValueMap::lower_bound(const Value& key) {
+  return std::lower_bound(entries_.begin(), entries_.end(), key, keyBefore);
+}
+
+ValueMap::const_iterator ValueMap::lower_bound(const Value& key) const {
+  return std::lower_bound(entries_.begin(), entries_.end(), key, keyBefore);
+}
+
+ValueMap::iterator ValueMap::find(const Value& key) {
+  auto it = lower_bound(key);
+  return it != entries_.end() && !(key < it->first) ? it : entries_.end();
+}
+
+ValueMap::const_iterator ValueMap::find(const Value& key) const {
+  auto it = lower_bound(key);
+  return it != entries_.end() && !(key < it->first) ? it : entries_.end();
+}
+
+size_t ValueMap::count(const Value& key) const {
+  return contains(key) ? 1 : 0;
+}
+
+bool ValueMap::contains(const Value& key) const {
+  return find(key) != entries_.end();
+}
+
+Value& ValueMap::at(const Value& key) {
+  auto it = find(key);
+  if (it == entries_.end()) {
+    throw std::out_of_range("ValueMap::at: no such key");
+  }
+  return it->second;
+}
+
+const Value& ValueMap::at(const Value& key) const {
+  auto it = find(key);
+  if (it == entries_.end()) {
+    throw std::out_of_range("ValueMap::at: no such key");
+  }
+  return it->second;
+}
+
+Value& ValueMap::operator[](const Value& key) {
+  return insert(value_type(key, Value())).first->second;
+}
+
+Value& ValueMap::operator[](Value&& key) {
+  auto it = lower_bound(key);
+  if (it != entries_.end() && !(key < it->first)) {
+    return it->second;
+  }
+  return entries_.insert(it, value_type(std::move(key), Value()))->second;
+}
+
+std::pair<ValueMap::iterator, bool> ValueMap::insert(value_type entry) {
+  auto it = lower_bound(entry.first);
+  if (it != entries_.end() && !(entry.first < it->first)) {
+    return {it, false};
+  }
+  return {entries_.insert(it, std::move(entry)), true};
+}
+
+bool ValueMap::goesLast(const Value& key) const {
+  return entries_.empty() || entries_.back().first < key;
+}
+
+ValueMap::iterator ValueMap::appendOrInsert(value_type entry) {
+  if (goesLast(entry.first)) {
+    entries_.push_back(std::move(entry));
+    return entries_.end() - 1;
+  }
+  return insert(std::move(entry)).first;
+}
+
+size_t ValueMap::erase(const Value& key) {
+  auto it = find(key);
+  if (it == entries_.end()) {
+    return 0;
+  }
+  entries_.erase(it);
+  return 1;
+}
+
+bool operator==(const ValueMap& a, const ValueMap& b) {
+  return a.entries_ == b.entries_;
+}
+
+bool operator<(const ValueMap& a, const ValueMap& b) {
+  return a.entries_ < b.entries_;
+}
+
+}  // namespace movaro
