@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  cmake make g++ clang-14 libclang-rt-14-dev pkg-config
+  cmake make g++ clang-14 libclang-rt-14-dev clang-format-14 pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libssl-dev libsimdjson-dev nlohmann-json3-dev libplist-dev
   wireguard-tools

@@ -1,12 +1,18 @@
 #!/usr/bin/env bash
-# The whole test suite: installs what is missing, builds, runs ctest, then
-# builds again with AddressSanitizer and UndefinedBehaviorSanitizer and runs
-# ctest once more.
+# The whole test suite: installs what is missing, checks the formatting,
+# builds and runs ctest, then again with AddressSanitizer and
+# UndefinedBehaviorSanitizer; the tests with callbacks on other threads under
+# ThreadSanitizer; every fuzz target briefly; the macOS type-check.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
 
 scripts/install-deps.sh
+
+# Every source file as the repository's .clang-format lays it out.
+find src tests bench fuzz macos/Classes \
+  \( -name '*.cc' -o -name '*.h' -o -name '*.mm' -o -name '*.m' \) -print0 |
+  xargs -0 clang-format-14 --dry-run -Werror
 
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
 cmake --build build -j"$jobs"

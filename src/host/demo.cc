@@ -54,7 +54,8 @@ const std::vector<Step> kScript = {
      R"({"id":20,"channel":"movaro_platform","method":"openVpnSettings"})"},
     {"Auto-connect on, trusting two networks (the list is cleaned first).",
      R"({"id":21,"channel":"movaro_platform","method":"configureAutoConnect","arguments":{"enabled":true,"trustedWifiSsids":["  Office ","Home","Home",""]}})"},
-    {"", R"({"id":22,"channel":"movaro_platform","method":"getAutoConnectPolicy"})"},
+    {"",
+     R"({"id":22,"channel":"movaro_platform","method":"getAutoConnectPolicy"})"},
     {"The Wi-Fi name needs location access: the call waits for the user.",
      R"({"id":23,"channel":"movaro_platform","method":"getCurrentWifiSsid"})"},
     {"", R"({"id":24,"sim":"wifi","ssid":"Home"})"},
@@ -62,8 +63,10 @@ const std::vector<Step> kScript = {
      R"({"id":25,"sim":"locationDecision","status":3})"},
     {"This copy runs from /Applications: launch at login is set up once.",
      R"({"id":26,"sim":"mainBundle","path":"/Applications/Movaro.app"})"},
-    {"", R"({"id":27,"channel":"movaro_platform","method":"ensureDesktopStartup"})"},
-    {"", R"({"id":28,"channel":"movaro_platform","method":"ensureDesktopStartup"})"},
+    {"",
+     R"({"id":27,"channel":"movaro_platform","method":"ensureDesktopStartup"})"},
+    {"",
+     R"({"id":28,"channel":"movaro_platform","method":"ensureDesktopStartup"})"},
     {"The installed applications, for split tunnelling.",
      R"({"id":29,"channel":"movaro_platform","method":"listLaunchableApps"})"},
     {"A reminder due in half a second is scheduled with the 1-second floor.",
@@ -82,11 +85,11 @@ std::string makeApplications() {
     const char* identifier;
     const char* name;
   };
-  const App apps[] = {{"Zoom.app", "us.zoom.xos", "Zoom"},
-                      {"Utilities/Calendar.app", "com.example.calendar",
-                       "calendar"},
-                      {"Eclair.app", "com.example.eclair", "\u00c9clair"},
-                      {".Hidden.app", "com.example.hidden", "Hidden"}};
+  const App apps[] = {
+      {"Zoom.app", "us.zoom.xos", "Zoom"},
+      {"Utilities/Calendar.app", "com.example.calendar", "calendar"},
+      {"Eclair.app", "com.example.eclair", "\u00c9clair"},
+      {".Hidden.app", "com.example.hidden", "Hidden"}};
   for (const App& app : apps) {
     fs::path contents = root / app.path / "Contents";
     fs::create_directories(contents, ignored);
@@ -145,9 +148,8 @@ int runDemo(std::ostream& out) {
     }
   });
   out << "movaro-host demo: the interface's calls on a simulated Mac\n";
-  host.handleLine(Json{{"id", 0},
-                       {"sim", "applicationFolders"},
-                       {"system", makeApplications()}}
+  host.handleLine(Json{
+      {"id", 0}, {"sim", "applicationFolders"}, {"system", makeApplications()}}
                       .dump());
   for (const Step& step : kScript) {
     if (*step.narration != '\0') {

@@ -44,7 +44,8 @@ constexpr const char* kConfig =
 
 TEST_F(ScenarioTest, ConnectWithApprovalWatchAndDisconnect) {
   std::string connect =
-      std::string(R"({"id":3,"channel":"movaro_platform","method":"connect","arguments":{"config":)") +
+      std::string(
+          R"({"id":3,"channel":"movaro_platform","method":"connect","arguments":{"config":)") +
       kConfig + R"(,"sessionEndsAtEpochMilliseconds":1900000000000}})";
   std::string again =
       R"({"id":6,"channel":"movaro_platform","method":"connect"})";
@@ -75,8 +76,9 @@ TEST_F(ScenarioTest, ConnectWithApprovalWatchAndDisconnect) {
   const Json& profile = (*reply(out, 14))["sim"][0]["fields"];
   EXPECT_EQ(profile["isOnDemandEnabled"], false);
   // The second connect gave no session end, so the profile has none.
-  EXPECT_FALSE(profile["protocolConfiguration"]["providerConfiguration"]
-                   .contains("sessionEndsAtEpochMilliseconds"));
+  EXPECT_FALSE(
+      profile["protocolConfiguration"]["providerConfiguration"].contains(
+          "sessionEndsAtEpochMilliseconds"));
   EXPECT_EQ(profile["protocolConfiguration"]["serverAddress"],
             "vpn.example.com:51820");
 }

@@ -14,10 +14,11 @@ namespace {
 class SimStateTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("movaro-state-" + std::to_string(::testing::UnitTest::GetInstance()
-                                                   ->random_seed()) +
-            "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir_ =
+        std::filesystem::temp_directory_path() /
+        ("movaro-state-" +
+         std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+         "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::remove_all(dir_);
   }
   void TearDown() override { std::filesystem::remove_all(dir_); }
@@ -40,11 +41,14 @@ TEST_F(SimStateTest, ASecondRunSeesTheProfilesAndDefaultsOfTheFirst) {
   EXPECT_TRUE(std::filesystem::exists(dir_ / "state.json"));
   EXPECT_FALSE(std::filesystem::exists(dir_ / "state.json.tmp"));
 
-  auto out = run({R"({"id":3,"channel":"movaro_platform","method":"getAutoConnectPolicy"})",
-                  R"({"id":4,"sim":"profiles"})"});
+  auto out = run(
+      {R"({"id":3,"channel":"movaro_platform","method":"getAutoConnectPolicy"})",
+       R"({"id":4,"sim":"profiles"})"});
   ASSERT_EQ(out.size(), 2u);
-  EXPECT_EQ(out[0]["result"],
-            Json::parse(R"({"enabled":true,"trustedWifiSsids":["Home"],"hasCachedConfig":true})"));
+  EXPECT_EQ(
+      out[0]["result"],
+      Json::parse(
+          R"({"enabled":true,"trustedWifiSsids":["Home"],"hasCachedConfig":true})"));
   // A new run is a Mac that has just started: the tunnel is down.
   EXPECT_EQ(out[1]["sim"][0]["status"], 1);
 }

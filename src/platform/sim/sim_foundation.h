@@ -20,7 +20,8 @@ struct BundleContents {
 
 class SimBundle : public platform::Bundle {
  public:
-  explicit SimBundle(BundleContents contents) : contents_(std::move(contents)) {}
+  explicit SimBundle(BundleContents contents)
+      : contents_(std::move(contents)) {}
   std::optional<std::string> bundleIdentifier() const override {
     return contents_.identifier;
   }

@@ -20,8 +20,8 @@ SimulatedMac::SimulatedMac()
       notifications(dispatch, log) {
   mainBundle.contents.identifier = kBundleIdentifier;
   mainBundle.contents.info = dict({{"CFBundleShortVersionString", "1.4.2"},
-                               {"CFBundleVersion", "142"},
-                               {"CFBundleIdentifier", kBundleIdentifier}});
+                                   {"CFBundleVersion", "142"},
+                                   {"CFBundleIdentifier", kBundleIdentifier}});
   mainBundle.path = kDevelopmentBundlePath;
 }
 
