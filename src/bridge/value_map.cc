@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
 
 #include "bridge/value.h"
 
@@ -114,7 +115,22 @@ std::pair<ValueMap::iterator, bool> ValueMap::insert(value_type entry) {
 }
 
 bool ValueMap::goesLast(const Value& key) const {
-  return entries_.empty() || entries_.back().first < key;
+  if (entries_.empty()) {
+    return true;
+  }
+  const Value& last = entries_.back().first;
+  // String keys, the common case, compared without visiting the variant;
+  // keys built in order mostly differ in their first byte.
+  const std::string* a = last.getIf<std::string>();
+  const std::string* b = key.getIf<std::string>();
+  if (a != nullptr && b != nullptr) {
+    if (!a->empty() && !b->empty() && (*a)[0] != (*b)[0]) {
+      return static_cast<unsigned char>((*a)[0]) <
+             static_cast<unsigned char>((*b)[0]);
+    }
+    return *a < *b;
+  }
+  return last < key;
 }
 
 ValueMap::iterator ValueMap::appendOrInsert(value_type entry) {
