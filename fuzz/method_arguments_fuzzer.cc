@@ -9,6 +9,7 @@
 #include "bridge/binary_messenger.h"
 #include "bridge/registrar.h"
 #include "platform/sim/simulated_mac.h"
+#include "support/method_names.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace {
@@ -18,29 +19,6 @@ void check(bool condition) {
     __builtin_trap();
   }
 }
-
-const char* const kMain[] = {
-    "prepare",
-    "pushConfig",
-    "connect",
-    "disconnect",
-    "setProtectionVerified",
-    "getPlatformVersion",
-    "getDesktopStartup",
-    "ensureDesktopStartup",
-    "configureDesktopStartup",
-    "openDesktopStartupSettings",
-    "getAppInfo",
-    "generateKeyPair",
-    "listLaunchableApps",
-    "openVpnSettings",
-    "getAutoConnectPolicy",
-    "configureAutoConnect",
-    "getCurrentWifiSsid",
-    "syncSubscriptionReminders",
-};
-const char* const kMesh[] = {"capabilities", "prepareVpn", "login",
-                             "down",         "logout",     "status"};
 
 }  // namespace
 
@@ -65,10 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         movaro::StandardMethodCodec::encodeMethodCall({method, *arguments}),
         [&answers, id](const movaro::Bytes&) { check(++answers[id] == 1); });
   };
-  for (const char* method : kMain) {
+  for (const char* method : movaro::testing::kMainMethods) {
     call(movaro::MovaroPlatformPlugin::kChannel, method);
   }
-  for (const char* method : kMesh) {
+  for (const char* method : movaro::testing::kMeshMethods) {
     call("com.quillfen.halvorn/mesh", method);
   }
   mac.location.decide(movaro::platform::kLocationDenied);

@@ -75,7 +75,7 @@ template <typename V>
 std::pair<ValueMap::iterator, bool> ValueMap::insert_or_assign(const Value& key,
                                                                V&& value) {
   auto it = lower_bound(key);
-  if (it != entries_.end() && !(key < it->first)) {
+  if (holds(it, key)) {
     it->second = std::forward<V>(value);
     return {it, false};
   }

@@ -25,7 +25,7 @@ ValueMap& ValueMap::operator=(ValueMap&&) noexcept = default;
 ValueMap::ValueMap(std::initializer_list<value_type> entries) {
   entries_.reserve(entries.size());
   for (const value_type& entry : entries) {
-    appendOrInsert(entry);
+    emplace_hint(end(), entry.first, entry.second);
   }
 }
 
@@ -62,12 +62,12 @@ ValueMap::const_iterator ValueMap::lower_bound(const Value& key) const {
 
 ValueMap::iterator ValueMap::find(const Value& key) {
   auto it = lower_bound(key);
-  return it != entries_.end() && !(key < it->first) ? it : entries_.end();
+  return holds(it, key) ? it : entries_.end();
 }
 
 ValueMap::const_iterator ValueMap::find(const Value& key) const {
   auto it = lower_bound(key);
-  return it != entries_.end() && !(key < it->first) ? it : entries_.end();
+  return holds(it, key) ? it : entries_.end();
 }
 
 size_t ValueMap::count(const Value& key) const {
@@ -95,12 +95,12 @@ const Value& ValueMap::at(const Value& key) const {
 }
 
 Value& ValueMap::operator[](const Value& key) {
-  return insert(value_type(key, Value())).first->second;
+  return (*this)[Value(key)];
 }
 
 Value& ValueMap::operator[](Value&& key) {
   auto it = lower_bound(key);
-  if (it != entries_.end() && !(key < it->first)) {
+  if (holds(it, key)) {
     return it->second;
   }
   return entries_.insert(it, value_type(std::move(key), Value()))->second;
@@ -108,7 +108,7 @@ Value& ValueMap::operator[](Value&& key) {
 
 std::pair<ValueMap::iterator, bool> ValueMap::insert(value_type entry) {
   auto it = lower_bound(entry.first);
-  if (it != entries_.end() && !(entry.first < it->first)) {
+  if (holds(it, entry.first)) {
     return {it, false};
   }
   return {entries_.insert(it, std::move(entry)), true};
@@ -133,12 +133,8 @@ bool ValueMap::goesLast(const Value& key) const {
   return last < key;
 }
 
-ValueMap::iterator ValueMap::appendOrInsert(value_type entry) {
-  if (goesLast(entry.first)) {
-    entries_.push_back(std::move(entry));
-    return entries_.end() - 1;
-  }
-  return insert(std::move(entry)).first;
+bool ValueMap::holds(const_iterator position, const Value& key) const {
+  return position != entries_.end() && !(key < position->first);
 }
 
 size_t ValueMap::erase(const Value& key) {

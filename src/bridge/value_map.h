@@ -90,8 +90,9 @@ class ValueMap {
   friend bool operator<(const ValueMap& a, const ValueMap& b);
 
  private:
-  iterator appendOrInsert(value_type entry);
   bool goesLast(const Value& key) const;
+  // Whether the entry at `position`, found by lower_bound, has `key`.
+  bool holds(const_iterator position, const Value& key) const;
 
   Entries entries_;
 };

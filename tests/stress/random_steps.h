@@ -15,11 +15,14 @@
 #include "host/json_values.h"
 #include "platform/sim/simulated_mac.h"
 #include "support/mesh_fixture.h"
+#include "support/method_names.h"
 #include "support/tunnel_fixture.h"
 
 namespace movaro::stress {
 
 using sim::ActivationOutcome;
+using testing::kMainMethods;
+using testing::kMeshMethods;
 using testing::PluginHarness;
 
 // splitmix64: small, fast and the same on every platform.

@@ -17,30 +17,14 @@ inline constexpr const char* kMeshMessage =
     "The private network operation could not be completed.";
 
 inline const std::set<std::string>& mainMethods() {
-  static const std::set<std::string> kMethods = {"prepare",
-                                                 "pushConfig",
-                                                 "connect",
-                                                 "disconnect",
-                                                 "setProtectionVerified",
-                                                 "getPlatformVersion",
-                                                 "getDesktopStartup",
-                                                 "ensureDesktopStartup",
-                                                 "configureDesktopStartup",
-                                                 "openDesktopStartupSettings",
-                                                 "getAppInfo",
-                                                 "generateKeyPair",
-                                                 "listLaunchableApps",
-                                                 "openVpnSettings",
-                                                 "getAutoConnectPolicy",
-                                                 "configureAutoConnect",
-                                                 "getCurrentWifiSsid",
-                                                 "syncSubscriptionReminders"};
+  static const std::set<std::string> kMethods(kMainMethods.begin(),
+                                              kMainMethods.end());
   return kMethods;
 }
 
 inline const std::set<std::string>& meshMethods() {
-  static const std::set<std::string> kMethods = {
-      "capabilities", "prepareVpn", "login", "down", "logout", "status"};
+  static const std::set<std::string> kMethods(kMeshMethods.begin(),
+                                              kMeshMethods.end());
   return kMethods;
 }
 
@@ -53,18 +37,16 @@ inline bool mustAnswerAtOnce(const std::string& channel,
   if (channel == PluginHarness::kMesh) {
     return method == "capabilities" || meshMethods().count(method) == 0;
   }
-  static const std::set<std::string> kImmediate = {"pushConfig",
-                                                   "setProtectionVerified",
-                                                   "getPlatformVersion",
-                                                   "getDesktopStartup",
-                                                   "ensureDesktopStartup",
-                                                   "configureDesktopStartup",
-                                                   "openDesktopStartupSettings",
-                                                   "getAppInfo",
-                                                   "generateKeyPair",
-                                                   "listLaunchableApps",
-                                                   "openVpnSettings"};
-  return kImmediate.count(method) != 0 || mainMethods().count(method) == 0;
+  // Those that wait for the Mac; every other method, and every unknown
+  // name, is answered at once.
+  static const std::set<std::string> kDeferred = {"prepare",
+                                                  "connect",
+                                                  "disconnect",
+                                                  "getAutoConnectPolicy",
+                                                  "configureAutoConnect",
+                                                  "getCurrentWifiSsid",
+                                                  "syncSubscriptionReminders"};
+  return kDeferred.count(method) == 0;
 }
 
 inline bool isKnownEvent(const Value& event) {

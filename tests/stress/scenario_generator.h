@@ -117,25 +117,8 @@ class ScenarioGenerator {
   }
 
   Step mainCall() {
-    static const std::vector<std::string> kMethods = {
-        "prepare",
-        "pushConfig",
-        "connect",
-        "disconnect",
-        "setProtectionVerified",
-        "getPlatformVersion",
-        "getDesktopStartup",
-        "ensureDesktopStartup",
-        "configureDesktopStartup",
-        "openDesktopStartupSettings",
-        "getAppInfo",
-        "generateKeyPair",
-        "listLaunchableApps",
-        "openVpnSettings",
-        "getAutoConnectPolicy",
-        "configureAutoConnect",
-        "getCurrentWifiSsid",
-        "syncSubscriptionReminders"};
+    static const std::vector<std::string> kMethods(kMainMethods.begin(),
+                                                   kMainMethods.end());
     int index = bias_ == Bias::kTunnel
                     ? rng_.weighted({6, 8, 25, 15, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
                                      6, 6, 3, 2})
@@ -153,8 +136,8 @@ class ScenarioGenerator {
   }
 
   Step meshCall() {
-    static const std::vector<std::string> kMethods = {
-        "capabilities", "prepareVpn", "login", "down", "logout", "status"};
+    static const std::vector<std::string> kMethods(kMeshMethods.begin(),
+                                                   kMeshMethods.end());
     int index = bias_ == Bias::kMesh ? rng_.weighted({1, 3, 10, 5, 5, 8})
                                      : rng_.weighted({2, 4, 8, 4, 4, 6});
     const std::string& method = kMethods[static_cast<size_t>(index)];

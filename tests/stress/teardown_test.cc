@@ -97,6 +97,16 @@ class TeardownTest : public ::testing::Test, public PluginHarness {
     }
   }
 
+  // Delivers everything still owed; none of `replies` is answered and
+  // nothing else happens.
+  void expectNeverAnswered(std::initializer_list<ReplyPtr> replies) {
+    deliverEverything();
+    for (const ReplyPtr& reply : replies) {
+      EXPECT_THAT(reply, IsUnanswered());
+    }
+    expectQuiet();
+  }
+
   size_t count(const std::string& name) { return mac.log.named(name).size(); }
 
   ReplyPtr connectFully() {
@@ -280,9 +290,7 @@ TEST_F(TeardownTest, WifiNameWaitingForTheUserIsNeverAnswered) {
   ReplyPtr waiting = callMain("getCurrentWifiSsid");
   runUntilIdle();
   ASSERT_THAT(waiting, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(waiting, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({waiting});
 }
 
 ValueMap oneReminder() {
@@ -297,9 +305,7 @@ ValueMap oneReminder() {
 
 TEST_F(TeardownTest, RemindersWaitingForAuthorisationAreNeverAnswered) {
   ReplyPtr reply = callMain("syncSubscriptionReminders", oneReminder());
-  deliverEverything();
-  EXPECT_THAT(reply, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({reply});
 }
 
 // The additions were handed to the Mac before the teardown; their callbacks
@@ -376,9 +382,7 @@ TEST_F(TeardownTest, MeshLoginWaitingForTheTunnelIsNeverAnswered) {
   advance(12.3);
   ASSERT_EQ(count("ne.start"), 1u);
   ASSERT_THAT(login, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(login, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({login});
 }
 
 TEST_F(TeardownTest, MeshStatusWithAMessageOutIsNeverAnswered) {
@@ -392,10 +396,7 @@ TEST_F(TeardownTest, MeshStatusWithAMessageOutIsNeverAnswered) {
   ReplyPtr slow = callMesh("status");
   runUntilIdle();
   ASSERT_EQ(count("ne.sendProviderMessage"), 2u);
-  deliverEverything();
-  EXPECT_THAT(silent, IsUnanswered());
-  EXPECT_THAT(slow, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({silent, slow});
 }
 
 TEST_F(TeardownTest, MeshDownWaitingForTheStopIsNeverAnswered) {
@@ -405,9 +406,7 @@ TEST_F(TeardownTest, MeshDownWaitingForTheStopIsNeverAnswered) {
   ReplyPtr down = callMesh("down");
   advance(3);
   ASSERT_THAT(down, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(down, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({down});
 }
 
 TEST_F(TeardownTest, MeshLogoutWaitingForAnEarlierCleanupIsNeverAnswered) {
@@ -420,20 +419,14 @@ TEST_F(TeardownTest, MeshLogoutWaitingForAnEarlierCleanupIsNeverAnswered) {
   advance(1);
   ASSERT_THAT(first, IsUnanswered());
   ASSERT_THAT(second, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(first, IsUnanswered());
-  EXPECT_THAT(second, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({first, second});
 }
 
 TEST_F(TeardownTest, MeshLogoutWaitingForALoginIsNeverAnswered) {
   installEngine();
   ReplyPtr login = meshLogin();
   ReplyPtr logout = callMesh("logout");  // the login is still loading
-  deliverEverything();
-  EXPECT_THAT(login, IsUnanswered());
-  EXPECT_THAT(logout, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({login, logout});
 }
 
 TEST_F(TeardownTest, MeshLogoutCleaningUpIsNeverAnswered) {
@@ -445,9 +438,7 @@ TEST_F(TeardownTest, MeshLogoutCleaningUpIsNeverAnswered) {
   advance(8);  // "logout" timed out; the clean-up-only tunnel is asked
   ASSERT_EQ(count("ne.start"), 1u);
   ASSERT_THAT(logout, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(logout, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({logout});
 }
 
 TEST_F(TeardownTest, PrepareVpnAwaitingApprovalIsNeverAnswered) {
@@ -458,18 +449,14 @@ TEST_F(TeardownTest, PrepareVpnAwaitingApprovalIsNeverAnswered) {
   mac.systemExtensions.answer(0, ActivationOutcome::kNeedsApproval);
   advance(100);
   ASSERT_THAT(prepare, IsUnanswered());
-  deliverEverything();
-  EXPECT_THAT(prepare, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({prepare});
 }
 
 TEST_F(TeardownTest, PrepareVpnSubmittedIsNeverAnswered) {
   installEngine();
   ReplyPtr prepare = callMesh("prepareVpn");
   runUntilIdle();
-  deliverEverything();
-  EXPECT_THAT(prepare, IsUnanswered());
-  expectQuiet();
+  expectNeverAnswered({prepare});
 }
 
 // ---- Both at once ----
