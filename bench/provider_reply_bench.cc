@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/provider_reply.h"
+#include "mesh/provider_reply.h"
 
 namespace movaro::platform {
 namespace {

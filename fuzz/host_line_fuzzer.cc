@@ -4,17 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "fuzz_check.h"
 #include "host/host.h"
-
-namespace {
-
-void check(bool condition) {
-  if (!condition) {
-    __builtin_trap();
-  }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   size_t lines = 0;

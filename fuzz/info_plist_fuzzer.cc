@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/plist_reader.h"
+#include "platform/sim/bundles/plist_reader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -8,19 +8,10 @@
 
 #include "bridge/binary_messenger.h"
 #include "bridge/registrar.h"
+#include "fuzz_check.h"
 #include "platform/sim/simulated_mac.h"
 #include "support/method_names.h"
 #include "tunnel/movaro_platform_plugin.h"
-
-namespace {
-
-void check(bool condition) {
-  if (!condition) {
-    __builtin_trap();
-  }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto arguments = movaro::StandardMessageCodec::decode(data, size);

@@ -10,18 +10,13 @@
 #include <string>
 #include <string_view>
 
-#include "platform/provider_reply.h"
+#include "fuzz_check.h"
+#include "mesh/provider_reply.h"
 
 namespace {
 
 using movaro::ValueMap;
 using movaro::platform::ProviderReplyDecoder;
-
-void check(bool condition) {
-  if (!condition) {
-    __builtin_trap();
-  }
-}
 
 bool isReplyKey(const movaro::Value& key) {
   const std::string* text = key.getIf<std::string>();

@@ -5,16 +5,7 @@
 #include <cstdint>
 
 #include "bridge/standard_codec.h"
-
-namespace {
-
-void check(bool condition) {
-  if (!condition) {
-    __builtin_trap();
-  }
-}
-
-}  // namespace
+#include "fuzz_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using movaro::StandardMessageCodec;

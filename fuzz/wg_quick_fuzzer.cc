@@ -8,19 +8,14 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/unicode_text.h"
-#include "platform/wg_quick.h"
+#include "fuzz_check.h"
+#include "platform/text/unicode_text.h"
+#include "platform/wireguard/wg_quick.h"
 
 namespace {
 
 using movaro::platform::WgQuickConfig;
 using movaro::platform::WgQuickError;
-
-void check(bool condition) {
-  if (!condition) {
-    __builtin_trap();
-  }
-}
 
 std::string withCrLf(std::string_view text) {
   std::string out;

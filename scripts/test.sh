@@ -14,6 +14,9 @@ find src tests bench fuzz macos/Classes \
   \( -name '*.cc' -o -name '*.h' -o -name '*.mm' -o -name '*.m' \) -print0 |
   xargs -0 clang-format-14 --dry-run -Werror
 
+# The layers include only what is below them.
+scripts/check-layering.sh
+
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
 cmake --build build -j"$jobs"
 ctest --test-dir build --output-on-failure -j"$jobs"

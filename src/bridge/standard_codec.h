@@ -16,8 +16,6 @@
 
 namespace movaro {
 
-using Bytes = std::vector<uint8_t>;
-
 class StandardMessageCodec {
  public:
   // Nesting deeper than this is refused by the decoder.

@@ -13,6 +13,9 @@
 
 namespace movaro {
 
+// Raw bytes: encoded messages and provider message payloads.
+using Bytes = std::vector<uint8_t>;
+
 class Value;
 using ValueList = std::vector<Value>;
 

@@ -14,7 +14,7 @@
 
 #include "bridge/arguments.h"
 #include "bridge/registrar.h"
-#include "platform/provider_reply.h"
+#include "mesh/provider_reply.h"
 #include "platform/services.h"
 
 namespace movaro {

@@ -3,8 +3,8 @@
 // fails, is superseded or times out.
 #include "mesh/account_rules.h"
 #include "mesh/desktop_mesh_plugin.h"
-#include "platform/control_url.h"
-#include "platform/iso8601.h"
+#include "platform/text/control_url.h"
+#include "platform/text/iso8601.h"
 
 namespace movaro {
 namespace {

@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "bridge/standard_codec.h"
 #include "bridge/value.h"
 #include "platform/platform_error.h"
 

@@ -1,6 +1,6 @@
 #include "tunnel/endpoint.h"
 
-#include "platform/unicode_text.h"
+#include "platform/text/unicode_text.h"
 
 namespace movaro {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "platform/unicode_text.h"
+#include "platform/text/unicode_text.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace movaro {

@@ -3,7 +3,7 @@
 #include "bridge/event_channel.h"
 #include "bridge/method_channel.h"
 #include "mesh/desktop_mesh_plugin.h"
-#include "platform/unicode_text.h"
+#include "platform/text/unicode_text.h"
 #include "tunnel/trusted_wifi.h"
 
 namespace movaro {

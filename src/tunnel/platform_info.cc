@@ -1,6 +1,6 @@
 // The informational and settings-pane methods, answered at once.
-#include "platform/unicode_text.h"
-#include "platform/x25519_keys.h"
+#include "platform/text/unicode_text.h"
+#include "platform/wireguard/x25519_keys.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace movaro {

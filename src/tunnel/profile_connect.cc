@@ -1,7 +1,7 @@
 // The tunnel profile: its load, and the connect that fills, saves, reloads
 // and starts it.
 #include "platform/bind_weak.h"
-#include "platform/wg_quick.h"
+#include "platform/wireguard/wg_quick.h"
 #include "tunnel/endpoint.h"
 #include "tunnel/movaro_platform_plugin.h"
 #include "tunnel/trusted_wifi.h"

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "platform/x25519_keys.h"
+#include "platform/wireguard/x25519_keys.h"
 #include "support/matchers.h"
 
 namespace movaro::testing {

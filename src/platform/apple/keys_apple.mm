@@ -6,7 +6,7 @@
 #include "platform/wireguard.h"
 
 #include "platform/apple/adapters_apple.h"
-#include "platform/x25519_keys.h"
+#include "platform/wireguard/x25519_keys.h"
 
 namespace movaro::platform::apple {
 namespace {

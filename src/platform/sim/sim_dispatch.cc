@@ -85,19 +85,24 @@ bool SimDispatch::takeDue(Duration limit, Entry& entry) {
   return false;
 }
 
-void SimDispatch::runUntilIdle() {
+bool SimDispatch::runDue(Duration limit) {
   uint64_t runs = 0;
   Entry entry;
-  while (takeDue(elapsed(), entry)) {
+  while (takeDue(limit, entry)) {
     if (++runs > maxRuns_) {
       stalled_ = true;
-      return;
+      return false;
     }
     // Moved onto the stack so that the task dies right after it ran.
     Task task = std::move(entry.task);
     entry = Entry();
     task();
   }
+  return true;
+}
+
+void SimDispatch::runUntilIdle() {
+  runDue(elapsed());
 }
 
 void SimDispatch::advance(Duration delay) {
@@ -105,16 +110,8 @@ void SimDispatch::advance(Duration delay) {
     delay = Duration::zero();
   }
   const Duration target = elapsed() + delay;
-  uint64_t runs = 0;
-  Entry entry;
-  while (takeDue(target, entry)) {
-    if (++runs > maxRuns_) {
-      stalled_ = true;
-      return;
-    }
-    Task task = std::move(entry.task);
-    entry = Entry();
-    task();
+  if (!runDue(target)) {
+    return;
   }
   {
     std::lock_guard<std::mutex> lock(mutex_);

@@ -56,6 +56,8 @@ class SimDispatch : public platform::Dispatch {
   Key enqueue(Duration due, Entry entry);
   // Takes the earliest entry due at or before `limit`; false when none.
   bool takeDue(Duration limit, Entry& entry);
+  // Runs every entry due by the limit, in order; false when it stalled.
+  bool runDue(Duration limit);
 
   const WallTime wallStart_;
   const uint64_t maxRuns_;

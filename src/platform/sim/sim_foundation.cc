@@ -1,6 +1,6 @@
 #include "platform/sim/sim_foundation.h"
 
-#include "platform/app_bundles.h"
+#include "platform/sim/bundles/app_bundles.h"
 
 namespace movaro::sim {
 

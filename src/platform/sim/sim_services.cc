@@ -1,6 +1,6 @@
 #include "platform/sim/sim_services.h"
 
-#include "platform/x25519_keys.h"
+#include "platform/wireguard/x25519_keys.h"
 
 namespace movaro::sim {
 

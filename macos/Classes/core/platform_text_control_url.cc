@@ -1,0 +1,2 @@
+// Compiles src/platform/text/control_url.cc into the plugin pod.
+#include "../../../src/platform/text/control_url.cc"

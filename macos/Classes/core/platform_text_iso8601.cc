@@ -1,0 +1,2 @@
+// Compiles src/platform/text/iso8601.cc into the plugin pod.
+#include "../../../src/platform/text/iso8601.cc"
