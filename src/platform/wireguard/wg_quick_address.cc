@@ -138,6 +138,23 @@ std::optional<std::array<uint8_t, 4>> parseIpv4Address(std::string_view text) {
   return parseClassicIpv4(text);
 }
 
+// Widens the groups written so far to all sixteen bytes: "::" (at `gap`)
+// stands for at least one zero group; without it every group must be there.
+bool expandGap(std::array<uint8_t, 16>& bytes,
+               size_t length,
+               std::optional<size_t> gap) {
+  if (!gap) {
+    return length == bytes.size();
+  }
+  if (length == bytes.size()) {
+    return false;
+  }
+  const size_t tail = length - *gap;
+  std::copy_backward(bytes.begin() + *gap, bytes.begin() + length, bytes.end());
+  std::fill(bytes.begin() + *gap, bytes.end() - tail, 0);
+  return true;
+}
+
 std::optional<std::array<uint8_t, 16>> parseIpv6Address(std::string_view text) {
   text = upToNul(text);
   if (size_t percent = text.rfind('%'); percent != std::string_view::npos) {
@@ -204,18 +221,7 @@ std::optional<std::array<uint8_t, 16>> parseIpv6Address(std::string_view text) {
     bytes[length++] = static_cast<uint8_t>(value >> 8);
     bytes[length++] = static_cast<uint8_t>(value);
   }
-  if (gap) {
-    // "::" stands for at least one zero group.
-    if (length == bytes.size()) {
-      return std::nullopt;
-    }
-    const size_t tail = length - *gap;
-    std::copy_backward(bytes.begin() + *gap, bytes.begin() + length,
-                       bytes.end());
-    std::fill(bytes.begin() + *gap, bytes.end() - tail, 0);
-    length = bytes.size();
-  }
-  if (length != bytes.size()) {
+  if (!expandGap(bytes, length, gap)) {
     return std::nullopt;
   }
   return bytes;
