@@ -71,7 +71,7 @@ std::vector<Token> tokenize(const std::string& s) {
 // and its main-channel error codes with their fixed messages.
 void scan(Names& literals, Names& codes, Pairs& messages) {
   static const std::regex kUpper("[A-Z][A-Z0-9]*(_[A-Z0-9]+)+");
-  static const std::regex kLower("[a-z][a-z0-9]*(_[a-z0-9]+)+");
+  static const std::regex kLower("[a-z][a-z0-9_]*");
   const fs::path src = fs::path(MOVARO_SOURCE_DIR) / "src";
   for (const auto& file : fs::recursive_directory_iterator(src)) {
     std::string path = file.path().lexically_relative(src).generic_string();
