@@ -1,6 +1,5 @@
 // docs/channels.md against the code: the methods each plugin answers, the
 // error codes, messages and events the code can send, and nothing more.
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -16,189 +15,143 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::set<std::string>;
 using Pairs = std::set<std::pair<std::string, std::string>>;
-using Rows = std::vector<std::vector<std::string>>;
-struct Token {
-  bool literal = false;  // a string literal, adjacent ones joined
-  std::string text;      // else a word or one punctuation character
-};
 
-std::string readFile(const fs::path& path) {
+std::string readFile(const std::string& path) {
   std::stringstream text;
-  text << std::ifstream(path).rdbuf();
+  text << std::ifstream(fs::path(MOVARO_SOURCE_DIR) / path).rdbuf();
   return text.str();
 }
 
-// Comments and character literals are dropped. Padded at both ends.
-std::vector<Token> tokenize(const std::string& s) {
-  auto word = [](char c) { return std::isalnum(c & 0xff) || c == '_'; };
-  std::vector<Token> out(2);
-  auto add = [&out](std::string text) {
-    out.back().literal ? void(out.back().text += text)
-                       : out.push_back({true, std::move(text)});
-  };
-  for (size_t i = 0, j; i < s.size(); i = j) {
-    j = i + 1;
-    if (s[i] == '/' && (s[j] == '/' || s[j] == '*')) {
-      const char* end = s[j] == '/' ? "\n" : "*/";
-      j = std::min(s.find(end, j), s.size()) + std::strlen(end);
-    } else if (s[i] == 'R' && s[j] == '"') {  // R"delimiter(text)delimiter"
-      size_t open = s.find('(', j);
-      std::string close = ")" + s.substr(j + 1, open - j - 1) + "\"";
-      j = std::min(s.find(close, open), s.size());
-      add(s.substr(open + 1, j - open - 1));
-      j += close.size();
-    } else if (s[i] == '"' || s[i] == '\'') {
-      while (j < s.size() && s[j] != s[i])
-        j += s[j] == '\\' ? 2 : 1;
-      if (s[i] == '"')
-        add(s.substr(i + 1, j - i - 1));
-      ++j;
-    } else if (word(s[i])) {  // a number keeps its digit separators
-      while (j < s.size() &&
-             (word(s[j]) || (s[j] == '\'' && std::isdigit(s[i] & 0xff)))) {
-        ++j;
-      }
-      out.push_back({false, s.substr(i, j - i)});
-    } else if (!std::isspace(s[i] & 0xff)) {
-      out.push_back({false, s.substr(i, 1)});
+// Words, punctuation, and string literals (adjacent ones joined) kept with
+// their opening quote; comments and character literals are dropped.
+std::vector<std::string> tokenize(const std::string& source) {
+  static const std::regex kToken(
+      R"re(R"([^(\s]*)\(([\s\S]*?)\)\1"|"(?:[^"\\\n]|\\.)*"|//.*|)re"
+      R"re(/\*[\s\S]*?\*/|'(?:[^'\\\n]|\\.)*'|\w+|\S)re");
+  std::vector<std::string> out(2);  // padded at both ends
+  for (std::sregex_iterator it(source.begin(), source.end(), kToken), end;
+       it != end; ++it) {
+    std::string token = it->str();
+    if (token.starts_with('"') || token.starts_with("R\"")) {
+      token = it->str(1).empty() && token[0] == '"'
+                  ? token.substr(1, token.size() - 2)
+                  : it->str(2);
+      out.back().starts_with('"') ? void(out.back() += token)
+                                  : out.push_back('"' + token);
+    } else if (!token.starts_with("//") && !token.starts_with("/*") &&
+               !token.starts_with('\'')) {
+      out.push_back(token);
     }
   }
   out.resize(out.size() + 2);
   return out;
 }
 
-// The library's string literals (the host and the simulated Mac left out),
-// and its main-channel error codes with their fixed messages.
-void scan(Names& literals, Names& codes, Pairs& messages) {
+// The library's string literals (not the host's nor the simulated Mac's),
+// and the main channel's error codes with their fixed messages.
+struct Sources {
+  Names literals, codes;
+  Pairs messages;
+};
+
+Sources scan() {
   static const std::regex kUpper("[A-Z][A-Z0-9]*(_[A-Z0-9]+)+");
-  static const std::regex kLower("[a-z][a-z0-9_]*");
-  const fs::path src = fs::path(MOVARO_SOURCE_DIR) / "src";
-  for (const auto& file : fs::recursive_directory_iterator(src)) {
-    std::string path = file.path().lexically_relative(src).generic_string();
+  Sources src;
+  fs::path root = fs::path(MOVARO_SOURCE_DIR) / "src";
+  for (const auto& file : fs::recursive_directory_iterator(root)) {
+    std::string path = file.path().lexically_relative(root).generic_string();
     if ((!path.ends_with(".cc") && !path.ends_with(".h")) ||
         path.starts_with("host/") || path.starts_with("platform/sim/")) {
       continue;
     }
-    std::vector<Token> t = tokenize(readFile(file.path()));
+    std::vector<std::string> t = tokenize(readFile("src/" + path));
     for (size_t k = 2; k + 2 < t.size(); ++k) {
-      if (!t[k].literal)
+      if (!t[k].starts_with('"'))
         continue;
-      literals.insert(t[k].text);
+      std::string text = t[k].substr(1), next = t[k + 2].substr(1);
+      src.literals.insert(text);
       // Upper snake case is a code, unless it is a mesh failure handed alone
       // to a call or mapped to a lower-case public code.
-      bool message = t[k + 1].text == "," && t[k + 2].literal;
-      if (std::regex_match(t[k].text, kUpper) && t[k + 1].text != ")" &&
-          !(message && std::regex_match(t[k + 2].text, kLower))) {
-        codes.insert(t[k].text);
-        if (message)
-          messages.insert({t[k].text, t[k + 2].text});
+      bool message = t[k + 1] == "," && t[k + 2].starts_with('"');
+      if (std::regex_match(text, kUpper) && t[k + 1] != ")" &&
+          !(message && std::regex_match(next, std::regex("[a-z_]+")))) {
+        src.codes.insert(text);
+        if (message) {
+          src.messages.insert({text, next});
+        }
       }
     }
   }
+  return src;
 }
 
-// The doc's table rows by "<channel> <first header cell>", e.g. "mesh Code";
-// code spans lose their backticks.
-std::map<std::string, Rows> tables(const std::string& doc) {
-  std::map<std::string, Rows> rows;
-  std::istringstream lines(doc);
-  std::string line, channel, header;
+// The first two cells of the doc's table rows, by "<channel> <first header
+// cell>" (e.g. "mesh Code"); code spans lose their backticks.
+std::map<std::string, Pairs> tables() {
+  static const std::regex kRow(R"(^\| `?(.*?)`? \| `?(.*?)`? \|)");
+  std::map<std::string, Pairs> rows;
+  std::istringstream lines(readFile("docs/channels.md"));
+  std::smatch cells;
+  std::string line, channel, table;
   while (std::getline(lines, line)) {
+    if (line.starts_with("|-")) {
+      continue;
+    }
     if (line.starts_with("## ")) {
-      bool mesh = line.find("/mesh") != std::string::npos;
-      bool events = line.find("/events") != std::string::npos;
-      channel = mesh ? "mesh " : events ? "events " : "main ";
+      channel = std::regex_search(line, std::regex("/mesh"))     ? "mesh "
+                : std::regex_search(line, std::regex("/events")) ? "events "
+                                                                 : "main ";
     }
-    std::vector<std::string> cells;
-    for (size_t at = 1, bar; (bar = line.find('|', at)) != std::string::npos;
-         at = bar + 1) {
-      std::string cell = line.substr(at, bar - at);
-      cells.push_back(std::regex_replace(cell, std::regex("^ *`?|`? *$"), ""));
-    }
-    if (!line.starts_with("|")) {
-      header.clear();
-    } else if (header.empty()) {
-      header = channel + cells[0];
-    } else if (!line.starts_with("|-")) {
-      rows[header].push_back(cells);
+    if (!std::regex_search(line, cells, kRow)) {
+      table.clear();
+    } else if (table.empty()) {
+      table = channel + cells.str(1);
+    } else {
+      rows[table].insert({cells.str(1), cells.str(2)});
     }
   }
   return rows;
 }
 
-class ChannelsDocTest : public ::testing::Test {
- protected:
-  ChannelsDocTest() { scan(literals, codes, messages); }
-  Names column(const char* table, size_t index = 0) {
-    Names names;
-    for (const auto& row : doc[table])
-      names.insert(row[index]);
-    return names;
+Names column(const Pairs& rows) {
+  Names names;
+  for (const auto& row : rows) {
+    names.insert(row.first);
   }
-  Pairs quoted(const char* table) {  // the first cell and a quoted second
-    Pairs pairs;
-    for (const auto& row : doc[table]) {
-      if (std::smatch m; std::regex_match(row[1], m, std::regex("\"(.*)\""))) {
-        pairs.insert({row[0], m[1]});
-      }
-    }
-    return pairs;
-  }
-
-  const std::string text =
-      readFile(fs::path(MOVARO_SOURCE_DIR) / "docs/channels.md");
-  std::map<std::string, Rows> doc = tables(text);
-  Names literals, codes;
-  Pairs messages;
-};
-
-TEST_F(ChannelsDocTest, ListsExactlyTheMethodsEachPluginAnswers) {
-  const struct {
-    const char* channel;
-    const char* table;
-    Names listed;
-  } kChannels[] = {{PluginHarness::kMain,
-                    "main Method",
-                    {kMainMethods.begin(), kMainMethods.end()}},
-                   {PluginHarness::kMesh,
-                    "mesh Method",
-                    {kMeshMethods.begin(), kMeshMethods.end()}}};
-  for (const auto& channel : kChannels) {
-    PluginHarness harness;  // every literal that could name a method, tried
-    Names answered;
-    for (const std::string& name : literals) {
-      if (std::regex_match(name, std::regex("[A-Za-z]\\w*")) &&
-          !harness.call(channel.channel, name)->notImplemented()) {
-        answered.insert(name);
-      }
-    }
-    EXPECT_EQ(answered, channel.listed) << channel.channel;
-    EXPECT_EQ(column(channel.table), answered) << channel.table;
-  }
+  return names;
 }
 
-TEST_F(ChannelsDocTest, ListsEveryErrorCodeAndMessageTheCodeSends) {
-  EXPECT_EQ(column("main Code"), codes);
-  EXPECT_EQ(quoted("main Code"), messages);
-  Names meshCodes = {DesktopMeshPlugin::safeCode("")};
-  for (const std::string& literal : literals) {
-    meshCodes.insert(DesktopMeshPlugin::safeCode(literal));
+Pairs quoted(const Pairs& rows) {  // rows whose second cell is "a quote"
+  Pairs pairs;
+  for (const auto& [first, second] : rows) {
+    if (std::smatch m; std::regex_match(second, m, std::regex("\"(.*)\""))) {
+      pairs.insert({first, m.str(1)});
+    }
   }
-  EXPECT_EQ(column("mesh Code"), meshCodes);
-  EXPECT_NE(std::regex_replace(text, std::regex("\\s+"), " ")
-                .find(DesktopMeshPlugin::kErrorMessage),
-            std::string::npos);
+  return pairs;
 }
 
-TEST_F(ChannelsDocTest, ListsEveryEventTheStreamSends) {
+// The names a plugin answers, of every literal that could name a method.
+Names answered(const char* channel, const Names& literals) {
+  PluginHarness harness;
+  Names names;
+  for (const std::string& name : literals) {
+    if (std::regex_match(name, std::regex("[A-Za-z]\\w*")) &&
+        !harness.call(channel, name)->notImplemented()) {
+      names.insert(name);
+    }
+  }
+  return names;
+}
+
+// The events sent for a failed load at listening, then for each status.
+Pairs events() {
   PluginHarness harness;
   harness.mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  harness.listen();  // the load fails
-  harness.runUntilIdle();
-  harness.listen();  // nothing saved yet
+  harness.listen();
   harness.callMain("connect", dict({{"config", kValidConfig}}));
   harness.runUntilIdle();
-  for (int status = -1; status <= 6; ++status) {
+  for (int status = 0; status <= 6; ++status) {
     harness.mac.networkExtension.savedProfileFor(kVpnProvider)
         ->connection->setStatus(status);
     harness.runUntilIdle();
@@ -209,15 +162,40 @@ TEST_F(ChannelsDocTest, ListsEveryEventTheStreamSends) {
     sent.insert({*find(map, "state")->getIf<std::string>(),
                  *find(map, "message")->getIf<std::string>()});
   }
-  EXPECT_EQ(quoted("events State"), sent);
+  return sent;
 }
 
-TEST_F(ChannelsDocTest, NamesOnlyKeysTheCodeReadsOrWrites) {
+TEST(ChannelsDocTest, TablesNameWhatTheCodeHasAndNothingElse) {
+  Sources src = scan();
+  Names meshCodes = {DesktopMeshPlugin::safeCode("")};
+  for (const std::string& literal : src.literals) {
+    meshCodes.insert(DesktopMeshPlugin::safeCode(literal));
+  }
+  Pairs sent = events();
+  std::map<std::string, Pairs> doc = tables();
+  // The first cells of each table.
+  const std::pair<const char*, Names> kExpected[] = {
+      {"main Method", {kMainMethods.begin(), kMainMethods.end()}},
+      {"main Method", answered(PluginHarness::kMain, src.literals)},
+      {"mesh Method", {kMeshMethods.begin(), kMeshMethods.end()}},
+      {"mesh Method", answered(PluginHarness::kMesh, src.literals)},
+      {"main Code", src.codes},
+      {"mesh Code", meshCodes},
+      {"events State", column(sent)}};
+  for (const auto& [table, names] : kExpected) {
+    EXPECT_EQ(column(doc[table]), names) << table;
+  }
+  EXPECT_EQ(quoted(doc["main Code"]), src.messages);
+  EXPECT_EQ(quoted(doc["events State"]), sent);
   for (const char* table : {"main Key", "mesh Key"}) {
-    for (const std::string& key : column(table)) {
-      EXPECT_EQ(literals.count(key), 1u) << table << ": " << key;
+    for (const std::string& key : column(doc[table])) {
+      EXPECT_EQ(src.literals.count(key), 1u) << table << ": " << key;
     }
   }
+  std::string text = readFile("docs/channels.md");
+  EXPECT_NE(std::regex_replace(text, std::regex("\\s+"), " ")
+                .find(DesktopMeshPlugin::kErrorMessage),
+            std::string::npos);
 }
 
 }  // namespace
