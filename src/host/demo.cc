@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,38 @@ const std::vector<Step> kScript = {
     {"A reminder due in half a second is scheduled with the 1-second floor.",
      R"({"id":30,"channel":"movaro_platform","method":"syncSubscriptionReminders","arguments":{"reminders":[{"id":1,"title":"Renew","body":"Your plan ends tomorrow.","scheduled_at_millis":1893456002500}]}})"},
     {"", R"({"id":31,"sim":"pendingNotifications"})"},
+    {"The interface stops listening for status events.",
+     R"({"id":32,"channel":"movaro_platform/events","cancel":true})"},
+
+    // The mesh channel.
+    {"The private network: this build also ships the mesh engine.",
+     R"({"id":33,"sim":"installExtension","suffix":".mesh-extension","info":{"HalvornEngineAvailable":"1"}})"},
+    {"",
+     R"({"id":34,"channel":"com.quillfen.halvorn/mesh","method":"capabilities"})"},
+    {"A login with an invalid host name is refused at once.",
+     R"({"id":35,"channel":"com.quillfen.halvorn/mesh","method":"login","arguments":{"accountNamespace":"1c6aa40ecb152b58d381703795bf9ce4c3519b073197b52fe435f6bb03560a7f","controlUrl":"https://control.example.com","authKey":"demo-auth-key","hostname":"-studio","sessionExpiresAt":"2031-01-01T00:00:00Z"}})"},
+    {"A valid login starts the mesh tunnel and waits until it is connected.",
+     R"({"id":36,"channel":"com.quillfen.halvorn/mesh","method":"login","arguments":{"accountNamespace":"1c6aa40ecb152b58d381703795bf9ce4c3519b073197b52fe435f6bb03560a7f","controlUrl":"https://control.example.com","authKey":"demo-auth-key","hostname":"studio-mac","sessionExpiresAt":"2031-01-01T00:00:00Z"}})"},
+    {"Meanwhile the status shows the plugin's own connecting form.",
+     R"({"id":37,"channel":"com.quillfen.halvorn/mesh","method":"status"})"},
+    {"A second later the tunnel is up and the login answers.",
+     R"({"id":38,"sim":"advance","seconds":1})"},
+    {"Now the provider answers for the status: this device and its peers. "
+     "Keys outside the status form are dropped.",
+     R"({"id":39,"sim":"providerAnswer","command":"status","reply":"{\"state\":\"connected\",\"selfName\":\"studio-mac\",\"selfAddresses\":[\"100.64.0.7\"],\"peers\":[{\"name\":\"office-nas\",\"address\":\"100.64.0.2\",\"online\":true}],\"debugTrace\":\"dropped\"}"})"},
+    {"",
+     R"({"id":40,"channel":"com.quillfen.halvorn/mesh","method":"status"})"},
+    {"Logout: the provider is asked to erase this device's identity, and "
+     "confirms.",
+     R"({"id":41,"sim":"providerAnswer","command":"logout","reply":"{\"identityCleared\":true}"})"},
+    {"", R"({"id":42,"sim":"clearLog"})"},
+    {"",
+     R"({"id":43,"channel":"com.quillfen.halvorn/mesh","method":"logout"})"},
+    {"What the plugin asked of macOS: the profile, the message, the stop.",
+     R"({"id":44,"sim":"log"})"},
+    {"", R"({"id":45,"sim":"advance","seconds":1})"},
+    {"",
+     R"({"id":46,"channel":"com.quillfen.halvorn/mesh","method":"status"})"},
 };
 
 // A few application bundles for the demo's app list, in a fresh folder.
@@ -103,50 +136,80 @@ std::string makeApplications() {
   return root.string();
 }
 
-std::string describe(const Json& line) {
-  if (line.contains("result")) {
-    return "<- " + dumpLine(line["result"]);
-  }
-  if (line.contains("error")) {
-    const Json& error = line["error"];
-    return "<- error " + error["code"].get<std::string>() +
-           (error["message"].is_string()
-                ? ": " + error["message"].get<std::string>()
-                : std::string());
-  }
-  if (line.contains("notImplemented")) {
-    return "<- not implemented";
-  }
-  if (line.contains("event")) {
-    return "   event " + dumpLine(line["event"]);
-  }
-  if (line.contains("sim")) {
-    return line["sim"].is_null() ? std::string()
-                                 : "   sim: " + dumpLine(line["sim"]);
-  }
-  return "   " + dumpLine(line);
-}
+// Prints the input lines and what comes back, readably.
+class Printer {
+ public:
+  explicit Printer(std::ostream& out) : out_(out) {}
 
-std::string callOf(const Json& line) {
-  if (line.contains("sim")) {
-    return "[sim " + line["sim"].get<std::string>() + "]";
+  void input(const Json& line) {
+    current_ = line.value("id", Json()).dump();
+    if (line.contains("sim")) {
+      Json params = line;
+      params.erase("id");
+      params.erase("sim");
+      // A JSON text given as a string reads better as the JSON itself.
+      for (auto& [key, value] : params.items()) {
+        if (value.is_string() && Json::accept(value.get<std::string>())) {
+          value = Json::parse(value.get<std::string>());
+        }
+      }
+      out_ << "[sim] " << line["sim"].get<std::string>()
+           << (params.empty() ? "" : " " + dumpLine(params)) << '\n';
+      return;
+    }
+    std::string channel = line.value("channel", std::string());
+    std::string call = line.value("method", std::string());
+    if (line.value("listen", false) || line.value("cancel", false)) {
+      call = std::string(line.value("listen", false) ? "listen" : "cancel") +
+             " " + channel;
+    } else if (channel == "com.quillfen.halvorn/mesh") {
+      call = "mesh." + call;
+    }
+    calls_[current_] = call;
+    out_ << "-> " << call
+         << (line.contains("arguments") ? " " + dumpLine(line["arguments"])
+                                        : "")
+         << '\n';
   }
-  std::string text = "-> " + line.value("method", std::string("?"));
-  if (line.contains("arguments")) {
-    text += " " + dumpLine(line["arguments"]);
+
+  void output(const Json& line) {
+    std::string id = line.value("id", Json()).dump();
+    // A call answered later says which call it answers.
+    std::string to =
+        id == current_ || !calls_.count(id) ? "" : calls_[id] + ": ";
+    if (line.contains("result")) {
+      out_ << "<- " << to << dumpLine(line["result"]) << '\n';
+    } else if (line.contains("error")) {
+      const Json& error = line["error"];
+      out_ << "<- " << to << "error " << error["code"].get<std::string>()
+           << (error["message"].is_string()
+                   ? ": " + error["message"].get<std::string>()
+                   : std::string())
+           << '\n';
+    } else if (line.contains("notImplemented")) {
+      out_ << "<- " << to << "not implemented\n";
+    } else if (line.contains("event")) {
+      out_ << "   event " << dumpLine(line["event"]) << '\n';
+    } else if (line.contains("sim")) {
+      if (!line["sim"].is_null()) {
+        out_ << "   sim: " << dumpLine(line["sim"]) << '\n';
+      }
+    } else {
+      out_ << "   " << dumpLine(line) << '\n';
+    }
   }
-  return text;
-}
+
+ private:
+  std::ostream& out_;
+  std::map<std::string, std::string> calls_;  // id to what was called
+  std::string current_;                       // the id of the line in hand
+};
 
 }  // namespace
 
 int runDemo(std::ostream& out) {
-  Host host([&out](const Json& line) {
-    std::string text = describe(line);
-    if (!text.empty()) {
-      out << text << '\n';
-    }
-  });
+  Printer printer(out);
+  Host host([&printer](const Json& line) { printer.output(line); });
   out << "movaro-host demo: the interface's calls on a simulated Mac\n";
   host.handleLine(Json{
       {"id", 0}, {"sim", "applicationFolders"}, {"system", makeApplications()}}
@@ -155,7 +218,7 @@ int runDemo(std::ostream& out) {
     if (*step.narration != '\0') {
       out << '\n' << "# " << step.narration << '\n';
     }
-    out << callOf(Json::parse(step.line)) << '\n';
+    printer.input(Json::parse(step.line));
     host.handleLine(step.line);
   }
   return 0;

@@ -5,8 +5,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include "host/demo.h"
 
 namespace movaro::host {
 namespace {
@@ -124,6 +127,13 @@ TEST(HostBinaryTest, ExitsZeroAtEndOfInputAndWritesOnlyProtocolLines) {
     EXPECT_FALSE(Json::parse(line, nullptr, false).is_discarded()) << line;
   }
   EXPECT_TRUE(Json::parse(lines[1]).contains("hostError"));
+}
+
+TEST(DemoTest, PlaysEveryScriptedLineWithoutAHostError) {
+  std::ostringstream out;
+  EXPECT_EQ(runDemo(out), 0);
+  EXPECT_EQ(out.str().find("hostError"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("<- mesh.login: true"), std::string::npos);
 }
 
 }  // namespace
