@@ -33,9 +33,7 @@ std::vector<std::string> tokenize(const std::string& source) {
        it != end; ++it) {
     std::string token = it->str();
     if (token.starts_with('"') || token.starts_with("R\"")) {
-      token = it->str(1).empty() && token[0] == '"'
-                  ? token.substr(1, token.size() - 2)
-                  : it->str(2);
+      token = token[0] == '"' ? token.substr(1, token.size() - 2) : it->str(2);
       out.back().starts_with('"') ? void(out.back() += token)
                                   : out.push_back('"' + token);
     } else if (!token.starts_with("//") && !token.starts_with("/*") &&
