@@ -69,10 +69,10 @@ Sources scan() {
       std::string text = t[k].substr(1), next = t[k + 2].substr(1);
       src.literals.insert(text);
       // Upper snake case is a code, unless it is a mesh failure handed alone
-      // to a call or mapped to a lower-case public code.
+      // to a call or a row of the mesh plugin's map to public codes.
       bool message = t[k + 1] == "," && t[k + 2].starts_with('"');
       if (std::regex_match(text, kUpper) && t[k + 1] != ")" &&
-          !(message && std::regex_match(next, std::regex("[a-z_]+")))) {
+          !(message && DesktopMeshPlugin::safeCode(text) == next)) {
         src.codes.insert(text);
         if (message) {
           src.messages.insert({text, next});
