@@ -295,6 +295,16 @@ std::string nestedBinary(int depth, int fanout = 1) {
   return bytes + trailer;
 }
 
+// A binary list whose nested dictionary has a key with a NUL in place of
+// the last character of `mark`, as the key is written.
+std::string nulInKey(const std::string& key, const std::string& mark) {
+  std::string bytes = toBinary(
+      xmlPlist(entry("CFBundleIdentifier", "x") + "<key>CFBundleName</key>" +
+               "<dict><key>" + key + "</key><true/></dict>"));
+  bytes[bytes.find(mark) + mark.size() - 1] = '\0';
+  return bytes;
+}
+
 TEST_F(AppBundlesTest, MalformedInformationListsLeaveNoEntries) {
   const std::string good = toBinary(xmlPlist(kTypedEntries));
   const std::string cases[] = {
@@ -303,6 +313,8 @@ TEST_F(AppBundlesTest, MalformedInformationListsLeaveNoEntries) {
       "bplist00" + std::string(40, '\xff'),
       nestedBinary(100000),
       nestedBinary(30, 2),
+      nulInKey("a~", "a~"),
+      nulInKey("\xC3\xA9~", "\xE9\0~"s),  // UTF-16
       "<?xml version=\"1.0\"?><plist><dict><key>CFBundleIdentifier</key>",
       "<plist>" + std::string(200000, '\0') + "</plist>",
       "<plist>" + std::string(100, 'x'),

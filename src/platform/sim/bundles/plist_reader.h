@@ -14,8 +14,9 @@
 //
 // Files are read only up to kPropertyListFileLimit bytes; a larger file
 // counts as unreadable. Malformed or hostile contents are refused as a
-// whole: truncated or corrupt binary lists, nesting deeper than 64 levels,
-// and binary lists whose shared objects would expand to more than
+// whole: truncated or corrupt binary lists, binary dictionary keys that are
+// not strings or hold a NUL character, nesting deeper than 64 levels, and
+// binary lists whose shared objects would expand to more than
 // kMaxExpandedObjects (libplist copies every shared object, and recurses
 // once per nesting level).
 #ifndef MOVARO_PLATFORM_SIM_BUNDLES_PLIST_READER_H_
@@ -48,8 +49,9 @@ std::optional<std::string> readSmallFile(int directory,
 
 // Whether a binary property list is well-formed enough and small enough
 // once expanded: trailer and offset table in range, every reference to an
-// existing object, no cycles, at most kMaxPropertyListDepth levels and
-// kMaxExpandedObjects objects once shared objects are copied.
+// existing object, no cycles, every dictionary key a string without NUL
+// characters, at most kMaxPropertyListDepth levels and kMaxExpandedObjects
+// objects once shared objects are copied.
 bool binaryPropertyListIsSafe(std::string_view bytes);
 
 // Whether XML text nests arrays and dictionaries at most `limit` deep.
