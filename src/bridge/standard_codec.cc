@@ -1,5 +1,6 @@
 #include "bridge/standard_codec.h"
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 
@@ -23,6 +24,12 @@ enum Tag : uint8_t {
   kMap = 13,
   kFloat32List = 14,
 };
+
+// Elements reserved ahead for a list or map; more grow as they decode. A
+// count is only checked against the bytes left, and every nesting level
+// claims those same bytes, so reserving whole counts would ask for the
+// message size times the depth times an element's size.
+constexpr size_t kMaxReserved = 64;
 
 class Writer {
  public:
@@ -198,9 +205,14 @@ class Reader {
     return true;
   }
 
+  // `depth` counts the lists and maps around the value.
   bool value(Value& out, int depth) {
     uint8_t tag = 0;
-    if (depth > StandardMessageCodec::kMaxDepth || !byte(tag)) {
+    if (!byte(tag)) {
+      return false;
+    }
+    if ((tag == kList || tag == kMap) &&
+        depth >= StandardMessageCodec::kMaxDepth) {
       return fail();
     }
     switch (tag) {
@@ -252,7 +264,7 @@ class Reader {
           return false;
         }
         ValueList list;
-        list.reserve(n);
+        list.reserve(std::min(n, kMaxReserved));
         for (size_t i = 0; i < n; ++i) {
           list.emplace_back();
           if (!value(list.back(), depth + 1)) {
@@ -268,7 +280,7 @@ class Reader {
           return false;
         }
         ValueMap::Entries entries;
-        entries.reserve(n);
+        entries.reserve(std::min(n, kMaxReserved));
         for (size_t i = 0; i < n; ++i) {
           entries.emplace_back();
           if (!value(entries.back().first, depth + 1) ||

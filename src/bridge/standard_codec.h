@@ -18,7 +18,9 @@ namespace movaro {
 
 class StandardMessageCodec {
  public:
-  // Nesting deeper than this is refused by the decoder.
+  // Lists and maps nested deeper than this (the outermost is the first
+  // level) are refused by the decoder. Whatever else produces values for a
+  // channel keeps to it too, so that they can travel.
   static constexpr int kMaxDepth = 256;
 
   static Bytes encode(const Value& value);

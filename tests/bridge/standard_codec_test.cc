@@ -1,8 +1,12 @@
 #include "bridge/standard_codec.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
 #include <limits>
 
 namespace movaro {
@@ -142,17 +146,42 @@ TEST(StandardCodecTest, RefusesMalformedInput) {
 }
 
 TEST(StandardCodecTest, RefusesNestingBeyondTheLimit) {
-  auto nested = [](int depth) {
+  // `depth` lists of one item around `inner`.
+  auto nested = [](int depth, Bytes inner = {0x00}) {
     Bytes bytes;
     for (int i = 0; i < depth; ++i) {
       bytes.insert(bytes.end(), {0x0c, 1});
     }
-    bytes.push_back(0x00);
+    bytes.insert(bytes.end(), inner.begin(), inner.end());
     return bytes;
   };
-  EXPECT_TRUE(
-      StandardMessageCodec::decode(nested(StandardMessageCodec::kMaxDepth)));
+  constexpr int kMax = StandardMessageCodec::kMaxDepth;
+  EXPECT_TRUE(StandardMessageCodec::decode(nested(kMax)));
+  EXPECT_TRUE(StandardMessageCodec::decode(nested(kMax - 1, {0x0d, 0})));
+  EXPECT_FALSE(StandardMessageCodec::decode(nested(kMax, {0x0d, 0})));
   EXPECT_FALSE(StandardMessageCodec::decode(nested(100000)));
+}
+
+// Exits 0 when the bytes are refused with 256 MiB of address space beyond
+// what the process holds now; running out of it aborts.
+[[noreturn]] void refuseWithLittleMemory(const Bytes& bytes) {
+  std::ifstream statm("/proc/self/statm");
+  rlim_t pages = 0;
+  statm >> pages;
+  const rlim_t limit = pages * ::getpagesize() + (rlim_t{256} << 20);
+  const rlimit both{limit, limit};
+  ::setrlimit(RLIMIT_AS, &both);
+  std::exit(StandardMessageCodec::decode(bytes) ? 1 : 0);
+}
+
+TEST(StandardCodecDeathTest, HostileCountsAreRefusedWithinLittleMemory) {
+  // Every level claims a list as long as the whole rest of the message.
+  Bytes bytes;
+  for (int i = 0; i < StandardMessageCodec::kMaxDepth; ++i) {
+    bytes.insert(bytes.end(), {0x0c, 255, 0, 0, 0x10, 0});
+  }
+  bytes.resize(bytes.size() + (size_t{1} << 20));
+  EXPECT_EXIT(refuseWithLittleMemory(bytes), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(StandardCodecTest, LargeIntDecodesAsItsText) {
