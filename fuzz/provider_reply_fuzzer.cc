@@ -1,7 +1,8 @@
 // Runs the mesh provider's reply step on arbitrary bytes and checks what
 // must hold for every input: no crash or sanitizer report, only the seven
-// reply keys in a result, the same answer from a fresh decoder and from a
-// reused one, and request encoding that decodes back to its command.
+// reply keys in a result, a result that the channel's codec carries, the
+// same answer from a fresh decoder and from a reused one, and request
+// encoding that decodes back to its command.
 #include <simdjson.h>
 
 #include <cstddef>
@@ -10,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "bridge/standard_codec.h"
 #include "fuzz_check.h"
 #include "mesh/provider_reply.h"
 
@@ -43,6 +45,9 @@ void checkReply(std::string_view input) {
     for (const auto& [key, value] : *first) {
       check(isReplyKey(key));
     }
+    check(movaro::StandardMessageCodec::decode(
+              movaro::StandardMessageCodec::encode(movaro::Value(*first)))
+              .has_value());
   }
   // A shorter reply through the same decoder, whose buffer still holds the
   // longer one, must decode as it does through a fresh decoder.

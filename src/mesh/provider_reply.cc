@@ -8,12 +8,18 @@
 #include <limits>
 #include <vector>
 
+#include "bridge/standard_codec.h"
+
 namespace movaro::platform {
 namespace {
 
 namespace dom = simdjson::dom;
 
-constexpr size_t kMaxDepth = 512;
+// Whatever decodes must still travel through the channel's codec.
+constexpr size_t kMaxDepth = StandardMessageCodec::kMaxDepth;
+// Room for a reply once its integers beyond 64 bits are widened: each of
+// them is at least 20 characters long and grows by two.
+constexpr size_t kParseCapacity = kReplyLimitBytes + kReplyLimitBytes / 10;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 // Objects up to this many members are sorted by insertion.
 constexpr size_t kInsertionSortMembers = 32;
@@ -155,6 +161,59 @@ class Converter {
   std::vector<Member>& scratch_;
 };
 
+// Whether an integer literal (an optional minus sign, then digits) lies
+// beyond both int64_t and uint64_t.
+bool beyondSixtyFourBits(std::string_view literal) {
+  const bool negative = literal.substr(0, 1) == "-";
+  const std::string_view digits = literal.substr(negative ? 1 : 0);
+  const std::string_view largest =
+      negative ? "9223372036854775808" : "18446744073709551615";
+  return digits.size() > largest.size() ||
+         (digits.size() == largest.size() && digits > largest);
+}
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// The parser refuses integers beyond 64 bits, which the platform's parser
+// reads as the nearest double. Copies the text to `out` with ".0" after each
+// of them, so that the parser reads them as doubles too; false when there is
+// none. Strings are copied as they are.
+bool widenBigIntegers(std::string_view text, std::string& out) {
+  out.clear();
+  bool widened = false;
+  for (size_t at = 0; at < text.size();) {
+    size_t end = at + 1;
+    if (text[at] == '"') {
+      while (end < text.size() && text[end] != '"') {
+        end += text[end] == '\\' ? 2 : 1;
+      }
+      end = std::min(end + 1, text.size());
+    } else if (text[at] == '-' || isDigit(text[at])) {
+      while (end < text.size() && isDigit(text[end])) {
+        ++end;
+      }
+      const std::string_view integer = text.substr(at, end - at);
+      const size_t fraction = end;
+      while (end < text.size() &&
+             (isDigit(text[end]) || std::string_view(".eE+-").find(text[end]) !=
+                                        std::string_view::npos)) {
+        ++end;
+      }
+      if (end == fraction && beyondSixtyFourBits(integer)) {
+        out.append(integer).append(".0");
+        widened = true;
+        at = end;
+        continue;
+      }
+    }
+    out.append(text.substr(at, end - at));
+    at = end;
+  }
+  return widened;
+}
+
 void appendEscaped(std::string& out, std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
   for (char c : text) {
@@ -206,10 +265,23 @@ std::string encodeCommand(std::string_view command) {
 
 struct ProviderReplyDecoder::State {
   dom::parser parser;
-  // The reply is copied here, followed by the padding that the parser may
-  // read past the end of its input.
+  // The text to parse is copied here, followed by the padding that the
+  // parser may read past the end of its input.
   std::unique_ptr<char[]> buffer;
   std::vector<Member> scratch;
+  std::string widened;
+
+  // Parses `text` (at most kParseCapacity bytes) into `root`.
+  simdjson::error_code parse(std::string_view text, dom::element& root) {
+    // The parser never takes the padding as input; zeroing it keeps an
+    // earlier, longer reply out of its sight all the same.
+    char* data = buffer.get();
+    if (!text.empty()) {
+      std::memcpy(data, text.data(), text.size());
+    }
+    std::memset(data + text.size(), 0, simdjson::SIMDJSON_PADDING);
+    return parser.parse(data, text.size(), false).get(root);
+  }
 };
 
 ProviderReplyDecoder::ProviderReplyDecoder() = default;
@@ -231,26 +303,23 @@ std::optional<ValueMap> ProviderReplyDecoder::decode(
 
   if (!state_) {
     auto state = std::make_unique<State>();
-    if (state->parser.allocate(kReplyLimitBytes, kMaxDepth) !=
+    if (state->parser.allocate(kParseCapacity, kMaxDepth) !=
         simdjson::SUCCESS) {
       return std::nullopt;
     }
     state->buffer =
-        std::make_unique<char[]>(kReplyLimitBytes + simdjson::SIMDJSON_PADDING);
+        std::make_unique<char[]>(kParseCapacity + simdjson::SIMDJSON_PADDING);
     state_ = std::move(state);
   }
-  // The parser never takes the padding as input; zeroing it keeps an
-  // earlier, longer reply out of its sight all the same.
-  char* buffer = state_->buffer.get();
-  if (!text.empty()) {
-    std::memcpy(buffer, text.data(), text.size());
-  }
-  std::memset(buffer + text.size(), 0, simdjson::SIMDJSON_PADDING);
   dom::element root;
+  simdjson::error_code error = state_->parse(text, root);
+  if (error == simdjson::NUMBER_ERROR &&
+      widenBigIntegers(text, state_->widened) &&
+      state_->widened.size() <= kParseCapacity) {
+    error = state_->parse(state_->widened, root);
+  }
   dom::object object;
-  if (state_->parser.parse(buffer, text.size(), false).get(root) !=
-          simdjson::SUCCESS ||
-      root.get(object) != simdjson::SUCCESS) {
+  if (error != simdjson::SUCCESS || root.get(object) != simdjson::SUCCESS) {
     return std::nullopt;
   }
 

@@ -8,18 +8,21 @@
 // - The text is UTF-8 (one leading byte-order mark is skipped); invalid
 //   UTF-8, lone surrogate escapes and UTF-16 or UTF-32 text are refused.
 // - RFC 8259 strictly: no trailing commas, comments, NaN or fragments.
-// - At most 512 nested arrays and objects (counting the top-level object),
-//   the limit of the open-source Foundation parser; deeper text is refused.
+// - At most StandardMessageCodec::kMaxDepth nested arrays and objects
+//   (counting the top-level object), so that every reply decoded can be
+//   passed on through a channel; deeper text is refused. The parser counts
+//   the values inside the deepest level as a level of their own, so only
+//   empty arrays and objects reach the last level.
 // - A key that occurs twice in one object keeps its first value, as the
 //   platform's parser on macOS has been seen to do; later occurrences are
 //   ignored.
 // - Keys are compared after their escapes are decoded ("st\u0061te" is
 //   "state").
 // - Numbers: integers that fit in 32 bits become int32_t, other integers
-//   within 64 signed bits become int64_t, integers from 2^63 to 2^64-1
-//   become the nearest double; numbers with a fraction or exponent become
-//   double. Integers beyond 64 bits, and numbers beyond double's range,
-//   make the whole reply undecodable (null) instead of losing precision.
+//   within 64 signed bits become int64_t, larger integers (from 2^63 on,
+//   or below -2^63) become the nearest double, as the platform's parser
+//   reads them; numbers with a fraction or exponent become double. Numbers
+//   beyond double's range make the whole reply undecodable (null).
 // - Strings become std::string (UTF-8), arrays ValueList, objects ValueMap
 //   with string keys, true/false bool, and null a null Value.
 #ifndef MOVARO_MESH_PROVIDER_REPLY_H_
@@ -49,8 +52,8 @@ std::string encodeCommand(std::string_view command);
 // The reply step. Keeps its parser and buffers between replies, so that
 // repeated replies allocate nothing but the decoded values. Not thread-safe:
 // one decoder per thread (the mesh plugin decodes on the main queue only).
-// Conversion recurses once per nesting level, at most 512 levels of small
-// frames.
+// Conversion recurses once per nesting level, at most
+// StandardMessageCodec::kMaxDepth levels of small frames.
 class ProviderReplyDecoder {
  public:
   ProviderReplyDecoder();

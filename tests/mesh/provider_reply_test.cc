@@ -9,6 +9,8 @@
 #include <utility>
 #include <variant>
 
+#include "bridge/standard_codec.h"
+
 namespace movaro::platform {
 namespace {
 
@@ -168,6 +170,10 @@ TEST(ProviderReplyTest, ConvertsValues) {
       {"-9223372036854775808", int64_t{-9223372036854775807 - 1}},
       {"9223372036854775808", 9223372036854775808.0},
       {"18446744073709551615", 18446744073709551615.0},
+      {"18446744073709551616", 18446744073709551616.0},
+      {"-9223372036854775809", -9223372036854775809.0},
+      {"[\"100000000000000000000\",100000000000000000000,1e21]",
+       ValueList{"100000000000000000000", 1e20, 1e21}},
       {"1.5", 1.5},
       {"1.0", 1.0},
       {"-0.0", -0.0},
@@ -191,18 +197,12 @@ TEST(ProviderReplyTest, ConvertsValues) {
   }
 }
 
-TEST(ProviderReplyTest, NumbersBeyondSixtyFourBitsRefuseTheReply) {
-  const char* const refused[] = {
-      "18446744073709551616",
-      "-9223372036854775809",
-      "100000000000000000000000000000",
-      "1e400",
-      "-1e400",
-  };
-  for (const char* number : refused) {
-    EXPECT_REPLY(std::string("{\"state\":") + number + "}", kNoReply);
+TEST(ProviderReplyTest, NumbersBeyondDoublesRefuseTheReply) {
+  for (const std::string& number : {std::string("1e400"), std::string("-1e400"),
+                                    "1" + std::string(400, '0')}) {
+    EXPECT_REPLY("{\"state\":" + number + "}", kNoReply);
     // Even where the key would be dropped, the text must decode.
-    EXPECT_REPLY(std::string("{\"debug\":") + number + "}", kNoReply);
+    EXPECT_REPLY("{\"debug\":" + number + "}", kNoReply);
   }
 }
 
@@ -239,8 +239,13 @@ TEST(ProviderReplyTest, DeepNestingIsRefusedWithoutCrashing) {
     return "{\"peers\":" + std::string(depth - 1, '[') +
            std::string(depth - 1, ']') + "}";
   };
-  EXPECT_TRUE(decode(nested(512)).has_value());
-  EXPECT_REPLY(nested(513), kNoReply);
+  // The deepest reply decoded still travels through the channel's codec.
+  constexpr size_t kMax = StandardMessageCodec::kMaxDepth;
+  const std::optional<ValueMap> deepest = decode(nested(kMax));
+  ASSERT_TRUE(deepest.has_value());
+  EXPECT_TRUE(StandardMessageCodec::decode(
+      StandardMessageCodec::encode(Value(*deepest))));
+  EXPECT_REPLY(nested(kMax + 1), kNoReply);
   EXPECT_REPLY(nested(100000), kNoReply);
   std::string objects;
   for (int i = 0; i < 100000; ++i) {
