@@ -3,41 +3,30 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include "host/sim_state.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace movaro::host {
 
-Host::Host(Output output, std::string stateDir)
+Host::Host(Output output, std::unique_ptr<StateFolder> state)
     : output_(std::move(output)),
-      stateDir_(std::move(stateDir)),
+      state_(std::move(state)),
       messenger_([this](const std::string& channel, const Bytes& message) {
         onEngineMessage(channel, message);
       }),
       registrar_(messenger_) {
-  if (!stateDir_.empty()) {
-    std::error_code ignored;
-    std::filesystem::create_directories(stateDir_, ignored);
-    std::ifstream file(stateDir_ + "/state.json");
-    std::stringstream text;
-    text << file.rdbuf();
-    persisted_ = text.str();
-    restore(mac_, Json::parse(persisted_, nullptr, false));
+  if (state_ && !state_->saved().is_null()) {
+    restore(mac_, state_->saved());
   }
   MovaroPlatformPlugin::registerWith(registrar_, mac_.services());
 }
 
-void Host::persist() {
-  if (stateDir_.empty()) {
+void Host::persist(const Json& id) {
+  if (!state_) {
     return;
   }
-  std::string text = snapshot(mac_).dump(1) + "\n";
-  if (text != persisted_ && writeAtomically(stateDir_ + "/state.json", text)) {
-    persisted_ = std::move(text);
+  if (std::optional<std::string> error =
+          state_->save(snapshot(mac_).dump(1) + "\n")) {
+    hostError(id, *error);
   }
 }
 
@@ -77,12 +66,13 @@ void Host::handleLine(const std::string& line) {
     return;
   }
   Json parsed = Json::parse(line, nullptr, false);
+  Json id = parsed.is_object() && parsed.contains("id") ? parsed["id"]
+                                                        : Json(nullptr);
   if (parsed.is_discarded()) {
     hostError(nullptr, "The line is not valid JSON.");
   } else if (!parsed.is_object()) {
     hostError(nullptr, "The line is not a JSON object.");
   } else {
-    Json id = parsed.contains("id") ? parsed["id"] : Json(nullptr);
     try {
       handleObject(id, parsed);
     } catch (const Json::exception&) {
@@ -90,7 +80,7 @@ void Host::handleLine(const std::string& line) {
     }
   }
   mac_.runUntilIdle();
-  persist();
+  persist(id);
 }
 
 void Host::handleObject(const Json& id, const Json& line) {
@@ -199,7 +189,7 @@ void Host::run(std::istream& in, bool realClock) {
           std::chrono::steady_clock::now() - start - mac_.dispatch.elapsed();
       mac_.dispatch.advance(
           std::chrono::duration_cast<platform::Duration>(behind));
-      persist();
+      persist(nullptr);
     }
   };
   std::string line;

@@ -12,6 +12,7 @@
 #include "bridge/binary_messenger.h"
 #include "bridge/registrar.h"
 #include "host/json_values.h"
+#include "host/sim_state.h"
 #include "platform/sim/simulated_mac.h"
 
 namespace movaro::host {
@@ -20,9 +21,10 @@ class Host {
  public:
   using Output = std::function<void(const Json& line)>;
 
-  // With a state folder, the saved profiles and defaults are read from it
-  // at start and written back after every line that changed them.
-  explicit Host(Output output, std::string stateDir = "");
+  // With a state folder, the Mac starts with the profiles and defaults
+  // saved in it, and they are written back after every line that changed
+  // them; a failed write is a hostError on that line.
+  explicit Host(Output output, std::unique_ptr<StateFolder> state = nullptr);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
@@ -49,11 +51,11 @@ class Host {
   // Sim commands (sim_commands.cc).
   void simCommand(const Json& id, const std::string& command, const Json& line);
 
-  void persist();
+  // Saves the state after the line with this id (null: a timer's change).
+  void persist(const Json& id);
 
   Output output_;
-  std::string stateDir_;
-  std::string persisted_;
+  std::unique_ptr<StateFolder> state_;
   sim::SimulatedMac mac_;
   LocalMessenger messenger_;
   Registrar registrar_;

@@ -51,7 +51,9 @@ TEST(SecretsTest, KeysStayWhereTheyBelong) {
   auto dir = std::filesystem::temp_directory_path() / "movaro-secrets-test";
   std::filesystem::remove_all(dir);
   std::vector<Json> out;
-  Host host([&out](const Json& line) { out.push_back(line); }, dir.string());
+  std::string error;
+  Host host([&out](const Json& line) { out.push_back(line); },
+            StateFolder::open(dir.string(), error));
   for (const std::string& line : scenario()) {
     host.handleLine(line);
   }

@@ -1,6 +1,8 @@
 // movaro-host [demo] [--clock virtual|real] [--state DIR]
 #include <iostream>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "host/demo.h"
 #include "host/host.h"
@@ -31,12 +33,21 @@ int main(int argc, char** argv) {
   if (demo) {
     return movaro::host::runDemo(std::cout);
   }
+  std::unique_ptr<movaro::host::StateFolder> state;
+  if (!stateDir.empty()) {
+    std::string error;
+    state = movaro::host::StateFolder::open(stateDir, error);
+    if (!state) {
+      std::cerr << "movaro-host: " << error << '\n';
+      return 1;
+    }
+  }
   std::ios::sync_with_stdio(false);
   movaro::host::Host host(
       [](const movaro::host::Json& line) {
         std::cout << movaro::host::dumpLine(line) << '\n' << std::flush;
       },
-      stateDir);
+      std::move(state));
   host.run(std::cin, realClock);
   return 0;
 }
