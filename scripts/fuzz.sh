@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang, ASan and UBSan, and runs each for
-# the given number of seconds (default 20) on a copy of its seed corpus.
+# the given number of seconds (default 20) on a copy of its seed corpus. An
+# input that makes a target fail is added to that target's seeds.
 #   scripts/fuzz.sh            # every target, 20 s each
 #   scripts/fuzz.sh 3600 wg_quick_fuzzer
 set -euo pipefail
@@ -32,11 +33,16 @@ for target in "${targets[@]}"; do
   grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|SUMMARY)" \
     "$work/log" || true
   if [ "$status" -ne 0 ]; then
-    # The finding and its input, for a regression test.
     tail -n 60 "$work/log"
+    # Every finding becomes a seed, so that every later run, however short,
+    # replays it first. Commit it with the fix.
     for artifact in "$work/artifacts"/*; do
-      [ -e "$artifact" ] && echo "input $(basename "$artifact"):" &&
-        od -An -tx1 "$artifact" | head -n 20
+      [ -e "$artifact" ] || continue
+      saved="fuzz/corpus/${target%_fuzzer}/$(basename "$artifact")"
+      mkdir -p "$(dirname "$saved")"
+      cp "$artifact" "$saved"
+      echo "input saved as $saved:"
+      od -An -tx1 "$artifact" | head -n 20
     done
     failed+=("$target")
   fi
