@@ -15,10 +15,15 @@
 namespace movaro::platform {
 
 using Task = std::function<void()>;
-// Time counts integer ticks, so that 400 polls of 0.1 s land exactly on 40 s.
+// Time counts integer nanoseconds, so that 400 polls of 0.1 s land exactly
+// on 40 s. Both clocks are named with that tick: the system clock's own
+// tick differs between C++ libraries (nanoseconds in libstdc++,
+// microseconds in libc++), and `now() + Duration` must be a WallTime
+// everywhere.
 using Duration = std::chrono::nanoseconds;
-using WallTime = std::chrono::system_clock::time_point;
-using MonotonicTime = std::chrono::steady_clock::time_point;
+using WallTime = std::chrono::sys_time<Duration>;
+using MonotonicTime =
+    std::chrono::time_point<std::chrono::steady_clock, Duration>;
 
 // Seconds with fraction, rounded to the nearest tick.
 Duration seconds(double value);
