@@ -24,6 +24,10 @@ using Duration = std::chrono::nanoseconds;
 using WallTime = std::chrono::sys_time<Duration>;
 using MonotonicTime =
     std::chrono::time_point<std::chrono::steady_clock, Duration>;
+// Posts a task to the main queue from any thread. A copy stays safe to call
+// after the Dispatch that made it is gone, so a callback on another thread
+// may hold one by value.
+using MainQueue = std::function<void(Task)>;
 
 // Seconds with fraction, rounded to the nearest tick.
 Duration seconds(double value);
@@ -58,6 +62,8 @@ class Dispatch {
   // Runs the task on the main queue after everything already due. May be
   // called from any thread.
   virtual void post(Task task) = 0;
+  // post() by value, for callbacks that may outlive this object.
+  virtual MainQueue mainQueue() = 0;
   // Runs the task on the main queue once the delay has passed on the
   // monotonic clock, unless the handle cancels it first. Main thread only.
   [[nodiscard]] virtual TimerHandle postAfter(Duration delay, Task task) = 0;
