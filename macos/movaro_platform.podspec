@@ -47,7 +47,10 @@ Pod::Spec.new do |s|
     'CLANG_ENABLE_OBJC_ARC' => 'YES',
     # The adapters find their own objects behind the seam with dynamic_cast.
     'GCC_ENABLE_CPP_RTTI' => 'YES',
+    # ICU's headers as the icu4c-iosx pod ships them (<unicode/...>),
+    # whether or not the app uses frameworks.
     'HEADER_SEARCH_PATHS' => '"${PODS_TARGET_SRCROOT}/../src" ' \
-                             '"${PODS_TARGET_SRCROOT}/ThirdParty/simdjson"',
+                             '"${PODS_TARGET_SRCROOT}/ThirdParty/simdjson" ' \
+                             '"${PODS_ROOT}/icu4c-iosx/product/include"',
   }
 end

@@ -7,6 +7,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libssl-dev libsimdjson-dev nlohmann-json3-dev libplist-dev
   wireguard-tools
+  libc++-14-dev libc++abi-14-dev libgnustep-base-dev
 )
 missing=()
 for package in "${packages[@]}"; do

@@ -29,11 +29,12 @@ ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build-sanitize --output-on-failure -j"$jobs"
 
-# The tests whose system callbacks arrive on other threads, under
+# The tests whose system callbacks arrive on other threads (the reminders,
+# and the teardown that races them), under
 # ThreadSanitizer.
 CXX=clang++-14 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DMOVARO_TSAN=ON \
   -DMOVARO_BENCH=OFF > /dev/null
-cmake --build build-tsan -j"$jobs" --target tunnel_tests
+cmake --build build-tsan -j"$jobs" --target tunnel_tests stress_tests
 TSAN_OPTIONS=halt_on_error=1 \
   ctest --test-dir build-tsan --output-on-failure -R 'Reminders'
 

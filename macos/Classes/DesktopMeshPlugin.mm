@@ -12,15 +12,20 @@
 }
 
 + (void)registerWithRegistrar:(id<FlutterPluginRegistrar>)registrar {
-  FlutterMethodChannel* channel = [FlutterMethodChannel
-      methodChannelWithName:@(movaro::DesktopMeshPlugin::kChannel)
-            binaryMessenger:registrar.messenger];
-  [registrar
-      addMethodCallDelegate:
-          [[DesktopMeshPlugin alloc]
-              initWithServices:std::make_shared<
-                                   movaro::platform::apple::AppleServices>()]
-                    channel:channel];
+  // Nothing is bound when the services cannot be made; no exception
+  // reaches the registrant.
+  try {
+    FlutterMethodChannel* channel = [FlutterMethodChannel
+        methodChannelWithName:@(movaro::DesktopMeshPlugin::kChannel)
+              binaryMessenger:registrar.messenger];
+    [registrar
+        addMethodCallDelegate:
+            [[DesktopMeshPlugin alloc]
+                initWithServices:std::make_shared<
+                                     movaro::platform::apple::AppleServices>()]
+                      channel:channel];
+  } catch (...) {
+  }
 }
 
 - (instancetype)initWithServices:(MovaroServicesPointer)services {
@@ -32,8 +37,7 @@
 }
 
 - (void)handleMethodCall:(FlutterMethodCall*)call result:(FlutterResult)result {
-  _plugin->handle(movaro::macos::methodCallFromFlutter(call),
-                  movaro::macos::methodResultFor(result));
+  movaro::macos::handleGuarded(*_plugin, call, result);
 }
 
 @end

@@ -8,9 +8,8 @@
 #include "tunnel/movaro_platform_plugin.h"
 
 using movaro::macos::eventSinkFor;
-using movaro::macos::flutterError;
-using movaro::macos::methodCallFromFlutter;
-using movaro::macos::methodResultFor;
+using movaro::macos::handleGuarded;
+using movaro::macos::streamCallGuarded;
 using movaro::macos::valueFromFlutter;
 
 @implementation MovaroPlatformPlugin {
@@ -21,23 +20,28 @@ using movaro::macos::valueFromFlutter;
 }
 
 + (void)registerWithRegistrar:(id<FlutterPluginRegistrar>)registrar {
-  auto services = std::make_shared<movaro::platform::apple::AppleServices>();
-  FlutterMethodChannel* meshChannel = [FlutterMethodChannel
-      methodChannelWithName:@(movaro::DesktopMeshPlugin::kChannel)
-            binaryMessenger:registrar.messenger];
-  [registrar addMethodCallDelegate:[[DesktopMeshPlugin alloc]
-                                       initWithServices:services]
-                           channel:meshChannel];
-  FlutterMethodChannel* channel = [FlutterMethodChannel
-      methodChannelWithName:@(movaro::MovaroPlatformPlugin::kChannel)
-            binaryMessenger:registrar.messenger];
-  FlutterEventChannel* events = [FlutterEventChannel
-      eventChannelWithName:@(movaro::MovaroPlatformPlugin::kEventChannel)
-           binaryMessenger:registrar.messenger];
-  MovaroPlatformPlugin* plugin =
-      [[MovaroPlatformPlugin alloc] initWithServices:services];
-  [registrar addMethodCallDelegate:plugin channel:channel];
-  [events setStreamHandler:plugin];
+  // Nothing is bound when the services cannot be made; no exception
+  // reaches the registrant.
+  try {
+    auto services = std::make_shared<movaro::platform::apple::AppleServices>();
+    FlutterMethodChannel* meshChannel = [FlutterMethodChannel
+        methodChannelWithName:@(movaro::DesktopMeshPlugin::kChannel)
+              binaryMessenger:registrar.messenger];
+    [registrar addMethodCallDelegate:[[DesktopMeshPlugin alloc]
+                                         initWithServices:services]
+                             channel:meshChannel];
+    FlutterMethodChannel* channel = [FlutterMethodChannel
+        methodChannelWithName:@(movaro::MovaroPlatformPlugin::kChannel)
+              binaryMessenger:registrar.messenger];
+    FlutterEventChannel* events = [FlutterEventChannel
+        eventChannelWithName:@(movaro::MovaroPlatformPlugin::kEventChannel)
+             binaryMessenger:registrar.messenger];
+    MovaroPlatformPlugin* plugin =
+        [[MovaroPlatformPlugin alloc] initWithServices:services];
+    [registrar addMethodCallDelegate:plugin channel:channel];
+    [events setStreamHandler:plugin];
+  } catch (...) {
+  }
 }
 
 - (instancetype)initWithServices:(MovaroServicesPointer)services {
@@ -49,25 +53,28 @@ using movaro::macos::valueFromFlutter;
 }
 
 - (void)handleMethodCall:(FlutterMethodCall*)call result:(FlutterResult)result {
-  _plugin->handle(methodCallFromFlutter(call), methodResultFor(result));
+  handleGuarded(*_plugin, call, result);
 }
 
 - (FlutterError* _Nullable)onListenWithArguments:(id _Nullable)arguments
                                        eventSink:(FlutterEventSink)events {
-  if (_eventSink) {
-    _eventSink->deactivate();
-  }
-  _eventSink = eventSinkFor(events);
-  return flutterError(
-      _plugin->onListen(valueFromFlutter(arguments), _eventSink));
+  return streamCallGuarded([&] {
+    if (_eventSink) {
+      _eventSink->deactivate();
+    }
+    _eventSink = eventSinkFor(events);
+    return _plugin->onListen(valueFromFlutter(arguments), _eventSink);
+  });
 }
 
 - (FlutterError* _Nullable)onCancelWithArguments:(id _Nullable)arguments {
-  if (_eventSink) {
-    _eventSink->deactivate();
-    _eventSink.reset();
-  }
-  return flutterError(_plugin->onCancel(valueFromFlutter(arguments)));
+  return streamCallGuarded([&] {
+    if (_eventSink) {
+      _eventSink->deactivate();
+      _eventSink.reset();
+    }
+    return _plugin->onCancel(valueFromFlutter(arguments));
+  });
 }
 
 @end

@@ -10,12 +10,14 @@
 
 #import <FlutterMacOS/FlutterMacOS.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 #include "bridge/event_channel.h"
 #include "bridge/method_call.h"
 #include "bridge/method_result.h"
+#include "bridge/registrar.h"
 #include "bridge/value.h"
 
 NS_ASSUME_NONNULL_BEGIN
@@ -48,6 +50,18 @@ std::shared_ptr<MethodResult> methodResultFor(FlutterResult result);
 
 // An event sink whose events, errors and end of stream go to the callback.
 std::shared_ptr<EventSink> eventSinkFor(FlutterEventSink events);
+
+// handleMethodCall:result: of a plugin class: the call converted and handed
+// to the delegate. No exception leaves it; a call that throws, even while
+// it is read, is answered once with an internal error.
+void handleGuarded(MethodCallDelegate& delegate,
+                   FlutterMethodCall* call,
+                   FlutterResult result) noexcept;
+
+// onListen or onCancel of the stream handler, as its FlutterError. No
+// exception leaves it; one that is thrown becomes an internal error.
+FlutterError* _Nullable streamCallGuarded(
+    const std::function<std::optional<PluginError>()>& call) noexcept;
 
 }  // namespace movaro::macos
 

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "bridge/binary_messenger.h"
+#include "bridge/method_channel.h"
 #include "bridge/standard_codec.h"
 #include "platform/apple/conversions_apple.h"
 
 namespace movaro::macos {
 namespace {
 
-using platform::apple::toNSData;
 using platform::apple::toNSString;
 using platform::apple::toStdString;
 
@@ -34,7 +34,12 @@ NSData* dataOf(const std::vector<T>& elements) {
                         length:elements.size() * sizeof(T)];
 }
 
-Value typedDataValue(FlutterStandardTypedData* typed) {
+// The standard codec's typed data, at any depth of a value.
+std::optional<Value> readTypedData(id object) {
+  if (![object isKindOfClass:[FlutterStandardTypedData class]]) {
+    return std::nullopt;
+  }
+  FlutterStandardTypedData* typed = object;
   switch (typed.type) {
     case FlutterStandardDataTypeUInt8:
       return Value(platform::apple::toBytes(typed.data));
@@ -50,11 +55,24 @@ Value typedDataValue(FlutterStandardTypedData* typed) {
   return Value();
 }
 
-// A mutable dictionary that retains its keys instead of copying them.
-NSMutableDictionary* retainingDictionary() {
-  return (__bridge_transfer NSMutableDictionary*)CFDictionaryCreateMutable(
-      kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-      &kCFTypeDictionaryValueCallBacks);
+// Bytes and the numeric lists as the standard codec's typed data.
+id writeTypedData(const Value& value) {
+  if (const auto* bytes = value.getIf<std::vector<uint8_t>>()) {
+    return [FlutterStandardTypedData
+        typedDataWithBytes:platform::apple::toNSData(*bytes)];
+  }
+  if (const auto* int32s = value.getIf<std::vector<int32_t>>()) {
+    return [FlutterStandardTypedData typedDataWithInt32:dataOf(*int32s)];
+  }
+  if (const auto* int64s = value.getIf<std::vector<int64_t>>()) {
+    return [FlutterStandardTypedData typedDataWithInt64:dataOf(*int64s)];
+  }
+  if (const auto* floats = value.getIf<std::vector<float>>()) {
+    return [FlutterStandardTypedData typedDataWithFloat32:dataOf(*floats)];
+  }
+  const auto* doubles = value.getIf<std::vector<double>>();
+  return [FlutterStandardTypedData
+      typedDataWithFloat64:dataOf(doubles ? *doubles : std::vector<double>())];
 }
 
 class FlutterMethodResult : public MethodResult {
@@ -116,78 +134,11 @@ struct FlutterEventSinkHolder {
 }  // namespace
 
 Value valueFromFlutter(id _Nullable object) {
-  if ([object isKindOfClass:[FlutterStandardTypedData class]]) {
-    return typedDataValue(object);
-  }
-  if ([object isKindOfClass:[NSArray class]]) {
-    ValueList list;
-    for (id element in static_cast<NSArray*>(object)) {
-      list.push_back(valueFromFlutter(element));
-    }
-    return Value(std::move(list));
-  }
-  if ([object isKindOfClass:[NSDictionary class]]) {
-    NSDictionary* dictionary = object;
-    ValueMap::Entries entries;
-    entries.reserve(dictionary.count);
-    for (id key in dictionary) {
-      entries.emplace_back(valueFromFlutter(key),
-                           valueFromFlutter(dictionary[key]));
-    }
-    return Value(ValueMap::fromEntries(std::move(entries)));
-  }
-  return platform::apple::toValue(object);
+  return platform::apple::toValue(object, &readTypedData);
 }
 
 id flutterFromValue(const Value& value) {
-  return std::visit(
-      [](const auto& content) -> id {
-        using T = std::decay_t<decltype(content)>;
-        if constexpr (std::is_same_v<T, std::monostate>) {
-          return [NSNull null];
-        } else if constexpr (std::is_same_v<T, bool>) {
-          return content ? @YES : @NO;
-        } else if constexpr (std::is_same_v<T, int32_t>) {
-          return [NSNumber numberWithInt:content];
-        } else if constexpr (std::is_same_v<T, int64_t>) {
-          return [NSNumber numberWithLongLong:content];
-        } else if constexpr (std::is_same_v<T, double>) {
-          return [NSNumber numberWithDouble:content];
-        } else if constexpr (std::is_same_v<T, std::string>) {
-          return toNSString(content);
-        } else if constexpr (std::is_same_v<T, std::vector<uint8_t>>) {
-          return
-              [FlutterStandardTypedData typedDataWithBytes:toNSData(content)];
-        } else if constexpr (std::is_same_v<T, std::vector<int32_t>>) {
-          return [FlutterStandardTypedData typedDataWithInt32:dataOf(content)];
-        } else if constexpr (std::is_same_v<T, std::vector<int64_t>>) {
-          return [FlutterStandardTypedData typedDataWithInt64:dataOf(content)];
-        } else if constexpr (std::is_same_v<T, std::vector<float>>) {
-          return
-              [FlutterStandardTypedData typedDataWithFloat32:dataOf(content)];
-        } else if constexpr (std::is_same_v<T, std::vector<double>>) {
-          return
-              [FlutterStandardTypedData typedDataWithFloat64:dataOf(content)];
-        } else if constexpr (std::is_same_v<T, ValueList>) {
-          NSMutableArray* array =
-              [NSMutableArray arrayWithCapacity:content.size()];
-          for (const Value& element : content) {
-            [array addObject:flutterFromValue(element)];
-          }
-          return array;
-        } else {
-          static_assert(std::is_same_v<T, ValueMap>);
-          NSMutableDictionary* dictionary = retainingDictionary();
-          for (const auto& [key, element] : content) {
-            CFDictionarySetValue(
-                (__bridge CFMutableDictionaryRef)dictionary,
-                (__bridge const void*)flutterFromValue(key),
-                (__bridge const void*)flutterFromValue(element));
-          }
-          return dictionary;
-        }
-      },
-      value.variant());
+  return platform::apple::toObjC(value, &writeTypedData);
 }
 
 MethodCall methodCallFromFlutter(FlutterMethodCall* call) {
@@ -211,6 +162,40 @@ std::shared_ptr<MethodResult> methodResultFor(FlutterResult result) {
 std::shared_ptr<EventSink> eventSinkFor(FlutterEventSink events) {
   auto holder = std::make_shared<FlutterEventSinkHolder>(events);
   return std::shared_ptr<EventSink>(holder, &holder->sink);
+}
+
+void handleGuarded(MethodCallDelegate& delegate,
+                   FlutterMethodCall* call,
+                   FlutterResult result) noexcept {
+  try {
+    std::shared_ptr<MethodResult> reply = methodResultFor(result);
+    try {
+      invokeGuarded(
+          [&delegate](const MethodCall& converted,
+                      const std::shared_ptr<MethodResult>& answer) {
+            delegate.handle(converted, answer);
+          },
+          methodCallFromFlutter(call), reply, delegate.internalError());
+    } catch (...) {
+      // The call could not even be read.
+      reply->error(internalError());
+    }
+  } catch (...) {
+    result([FlutterError errorWithCode:@"INTERNAL_ERROR"
+                               message:nil
+                               details:nil]);
+  }
+}
+
+FlutterError* _Nullable streamCallGuarded(
+    const std::function<std::optional<PluginError>()>& call) noexcept {
+  try {
+    return flutterError(movaro::streamCallGuarded(call));
+  } catch (...) {
+    return [FlutterError errorWithCode:@"INTERNAL_ERROR"
+                               message:nil
+                               details:nil];
+  }
 }
 
 }  // namespace movaro::macos

@@ -2,6 +2,15 @@
 
 namespace movaro {
 
+std::optional<PluginError> streamCallGuarded(
+    const std::function<std::optional<PluginError>()>& call) noexcept {
+  try {
+    return call();
+  } catch (...) {
+    return internalError();
+  }
+}
+
 void EventSink::success(const Value& event) {
   if (active_) {
     messenger_.send(channel_,
@@ -45,10 +54,11 @@ void EventChannel::setStreamHandler(std::shared_ptr<StreamHandler> handler) {
           // A listen over a live stream cancels that stream first.
           if (*current) {
             (*current)->deactivate();
-            handler->onCancel(Value());
+            streamCallGuarded([&] { return handler->onCancel(Value()); });
           }
           *current = std::make_shared<EventSink>(messenger, name);
-          answer(handler->onListen(call->arguments, *current));
+          answer(streamCallGuarded(
+              [&] { return handler->onListen(call->arguments, *current); }));
         } else if (call->method == "cancel") {
           if (!*current) {
             answer(PluginError{"error", "No active stream to cancel"});
@@ -56,7 +66,8 @@ void EventChannel::setStreamHandler(std::shared_ptr<StreamHandler> handler) {
           }
           (*current)->deactivate();
           current->reset();
-          answer(handler->onCancel(call->arguments));
+          answer(streamCallGuarded(
+              [&] { return handler->onCancel(call->arguments); }));
         } else {
           reply(Bytes());
         }

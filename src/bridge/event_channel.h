@@ -3,6 +3,7 @@
 #ifndef MOVARO_BRIDGE_EVENT_CHANNEL_H_
 #define MOVARO_BRIDGE_EVENT_CHANNEL_H_
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +43,11 @@ class StreamHandler {
       const std::shared_ptr<EventSink>& sink) = 0;
   virtual std::optional<PluginError> onCancel(const Value& arguments) = 0;
 };
+
+// Runs a listen or a cancel. A C++ exception that escapes it stops here and
+// becomes the answer internalError().
+std::optional<PluginError> streamCallGuarded(
+    const std::function<std::optional<PluginError>()>& call) noexcept;
 
 class EventChannel {
  public:

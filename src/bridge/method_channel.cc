@@ -23,21 +23,40 @@ class EnvelopeResult : public MethodResult {
 
 }  // namespace
 
-void MethodChannel::setMethodCallHandler(MethodCallHandler handler) {
+void invokeGuarded(const MethodCallHandler& handler,
+                   const MethodCall& call,
+                   const std::shared_ptr<MethodResult>& result,
+                   const PluginError& failure) noexcept {
+  try {
+    handler(call, result);
+    return;
+  } catch (...) {
+  }
+  try {
+    result->error(failure);
+  } catch (...) {
+    // Not even the error could be written; the caller still sees no
+    // exception.
+  }
+}
+
+void MethodChannel::setMethodCallHandler(MethodCallHandler handler,
+                                         PluginError failure) {
   if (!handler) {
     messenger_.setMessageHandler(name_, nullptr);
     return;
   }
   messenger_.setMessageHandler(
-      name_, [handler = std::move(handler)](const Bytes& message,
-                                            const BinaryReply& reply) {
+      name_, [handler = std::move(handler), failure = std::move(failure)](
+                 const Bytes& message, const BinaryReply& reply) {
         auto call = StandardMethodCodec::decodeMethodCall(message.data(),
                                                           message.size());
         if (!call) {
           reply(Bytes());
           return;
         }
-        handler(*call, std::make_shared<EnvelopeResult>(reply));
+        invokeGuarded(handler, *call, std::make_shared<EnvelopeResult>(reply),
+                      failure);
       });
 }
 

@@ -16,6 +16,15 @@ using MethodCallHandler =
     std::function<void(const MethodCall& call,
                        const std::shared_ptr<MethodResult>& result)>;
 
+// Runs the handler for one call. A C++ exception that escapes it stops
+// here: the call is answered with `failure` unless it was answered before,
+// so it still gets exactly one reply, and nothing unwinds into the caller
+// (the engine, or Objective-C).
+void invokeGuarded(const MethodCallHandler& handler,
+                   const MethodCall& call,
+                   const std::shared_ptr<MethodResult>& result,
+                   const PluginError& failure) noexcept;
+
 class MethodChannel {
  public:
   MethodChannel(BinaryMessenger& messenger, std::string name)
@@ -23,8 +32,9 @@ class MethodChannel {
 
   const std::string& name() const { return name_; }
   // Messages that do not decode as a method call are answered as not
-  // implemented.
-  void setMethodCallHandler(MethodCallHandler handler);
+  // implemented; a handler that throws answers `failure`.
+  void setMethodCallHandler(MethodCallHandler handler,
+                            PluginError failure = internalError());
 
  private:
   BinaryMessenger& messenger_;

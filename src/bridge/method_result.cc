@@ -2,6 +2,10 @@
 
 namespace movaro {
 
+PluginError internalError() {
+  return {"INTERNAL_ERROR", "The platform layer could not complete the call."};
+}
+
 void MethodResult::success(const Value& value) {
   if (answered_) {
     return;

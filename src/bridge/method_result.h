@@ -16,6 +16,10 @@ struct PluginError {
   std::optional<std::string> message;
 };
 
+// The answer to a call whose handling failed inside the library with a C++
+// exception (out of memory, a service that broke its contract).
+PluginError internalError();
+
 // Takes the first answer and ignores later ones.
 class MethodResult {
  public:

@@ -15,6 +15,8 @@ class MethodCallDelegate {
   virtual ~MethodCallDelegate() = default;
   virtual void handle(const MethodCall& call,
                       const std::shared_ptr<MethodResult>& result) = 0;
+  // The answer when handle() throws.
+  virtual PluginError internalError() const { return movaro::internalError(); }
 };
 
 class Registrar {

@@ -12,11 +12,16 @@ void DesktopMeshPlugin::registerWith(Registrar& registrar,
 
 std::shared_ptr<DesktopMeshPlugin> DesktopMeshPlugin::create(
     const platform::Services& services) {
-  return std::make_shared<DesktopMeshPlugin>(services);
+  return std::make_shared<DesktopMeshPlugin>(Passkey(), services);
 }
 
-DesktopMeshPlugin::DesktopMeshPlugin(const platform::Services& services)
+DesktopMeshPlugin::DesktopMeshPlugin(Passkey,
+                                     const platform::Services& services)
     : services_(services) {}
+
+PluginError DesktopMeshPlugin::internalError() const {
+  return error("MESH_INTERNAL_FAILURE");
+}
 
 void DesktopMeshPlugin::handle(const MethodCall& call, const Reply& result) {
   const std::string& method = call.method;
@@ -39,23 +44,13 @@ void DesktopMeshPlugin::handle(const MethodCall& call, const Reply& result) {
 
 void DesktopMeshPlugin::schedule(platform::Duration delay, Task task) {
   uint64_t key = nextTimer_++;
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
-  timers_[key] =
-      services_.dispatch.postAfter(delay, [weak, key, task = std::move(task)] {
-        if (auto self = weak.lock()) {
-          self->timers_.erase(key);
-          task(*self);
-        }
-      });
-}
-
-void DesktopMeshPlugin::onMain(Task task) {
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
-  services_.dispatch.post([weak, task = std::move(task)] {
-    if (auto self = weak.lock()) {
-      task(*self);
-    }
-  });
+  timers_[key] = services_.dispatch.postAfter(
+      delay,
+      platform::onMain(platform::kDeliveredOnMain, weak_from_this(),
+                       [key, task = std::move(task)](DesktopMeshPlugin& self) {
+                         self.timers_.erase(key);
+                         task(self);
+                       }));
 }
 
 }  // namespace movaro

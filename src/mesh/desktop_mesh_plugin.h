@@ -15,6 +15,7 @@
 #include "bridge/arguments.h"
 #include "bridge/registrar.h"
 #include "mesh/provider_reply.h"
+#include "platform/main_queue.h"
 #include "platform/services.h"
 
 namespace movaro {
@@ -23,6 +24,12 @@ class DesktopMeshPlugin
     : public MethodCallDelegate,
       public platform::ActivationRequestDelegate,
       public std::enable_shared_from_this<DesktopMeshPlugin> {
+  // Only create() can name it: a plugin always lives in a shared_ptr, so
+  // its completions can hold it weakly.
+  struct Passkey {
+    explicit Passkey() = default;
+  };
+
  public:
   using Reply = std::shared_ptr<MethodResult>;
   // Completions of the plugin's own operations run only while the plugin
@@ -46,11 +53,12 @@ class DesktopMeshPlugin
   static std::shared_ptr<DesktopMeshPlugin> create(
       const platform::Services& services);
 
-  explicit DesktopMeshPlugin(const platform::Services& services);
+  DesktopMeshPlugin(Passkey, const platform::Services& services);
   DesktopMeshPlugin(const DesktopMeshPlugin&) = delete;
   DesktopMeshPlugin& operator=(const DesktopMeshPlugin&) = delete;
 
   void handle(const MethodCall& call, const Reply& result) override;
+  PluginError internalError() const override;
 
   // Maps an internal failure code to one of the nine public codes.
   static std::string safeCode(const std::string& failureCode);
@@ -96,6 +104,9 @@ class DesktopMeshPlugin
   void status(const Reply& result);
   void replyStatus(const Reply& result, bool loaded);
   void loadManager(LoadCompletion completion);
+  void onProfilesLoaded(const LoadCompletion& completion,
+                        const std::optional<platform::TunnelProfiles>& profiles,
+                        const platform::MaybeError& loadError);
   void lastDisconnectCode(CodeCompletion completion);
   int tunnelStatus() const;
   void stopTunnel();
@@ -106,6 +117,16 @@ class DesktopMeshPlugin
                         int64_t number,
                         const Reply& result,
                         bool loaded);
+  void reloadSaved(const std::shared_ptr<platform::TunnelProfile>& profile,
+                   const ValueMap& options,
+                   int64_t number,
+                   const Reply& result,
+                   const platform::MaybeError& saveError);
+  void startReloaded(const std::shared_ptr<platform::TunnelProfile>& profile,
+                     const ValueMap& options,
+                     int64_t number,
+                     const Reply& result,
+                     const platform::MaybeError& reloadError);
   void startTunnel(const std::shared_ptr<platform::TunnelProfile>& profile,
                    const ValueMap& options,
                    int64_t number,
@@ -118,11 +139,10 @@ class DesktopMeshPlugin
 
   // Stop and logout (stop_logout.cc).
   void down(const Reply& result);
+  void stopLoaded(const Reply& result, bool loaded);
   void awaitStopped(Deadline deadline, const Reply& result);
   void logout(const Reply& result);
-  void waitForCanceledOperation(
-      Deadline deadline,
-      std::function<void(DesktopMeshPlugin& self, bool ended)> completion);
+  void awaitCanceledOperation(Deadline deadline, const Reply& result);
   void answerWaitingPrepare(bool value);
 
   // Provider messaging (provider_messaging.cc).
@@ -130,6 +150,7 @@ class DesktopMeshPlugin
 
   // Identity clean-up (identity_cleanup.cc).
   void clearIdentity(const Reply& result);
+  void clearLoadedIdentity(const Reply& result, bool loaded);
   void afterLogoutMessage(const std::string& accountNamespace,
                           const Reply& result,
                           const std::optional<ValueMap>& reply);
@@ -137,6 +158,9 @@ class DesktopMeshPlugin
                     Deadline deadline,
                     const Reply& result);
   void awaitCleanup(Deadline deadline, const Reply& result);
+  void afterCleanupStatus(Deadline deadline,
+                          const Reply& result,
+                          const std::optional<ValueMap>& reply);
   void endCleanup(const Reply& result, bool cleared);
 
   // Extension approval (extension_approval.cc).
@@ -148,9 +172,14 @@ class DesktopMeshPlugin
   // Runs a task on the main queue after a delay; the timer belongs to the
   // plugin, so it dies with it.
   void schedule(platform::Duration delay, Task task);
-  // Moves a platform completion onto the main queue; nothing runs once the
-  // plugin is gone.
-  void onMain(Task task);
+  // A platform completion that moves to the main queue first, as every one
+  // of this plugin's does, and runs body(plugin, arguments...) there while
+  // the plugin lives.
+  template <typename Body>
+  auto continuation(Body body) {
+    return platform::onMain(services_.dispatch.mainQueue(), weak_from_this(),
+                            std::move(body));
+  }
 
   platform::Services services_;
   platform::ProviderReplyDecoder replyDecoder_;

@@ -48,16 +48,16 @@ void DesktopMeshPlugin::requestNeedsUserApproval(
   }
   services_.workspace.openUrl(kExtensionApprovalUrl);
   // A second approval callback restarts the wait.
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
   std::shared_ptr<platform::ActivationRequest> held = activationRequest;
-  approvalDeadline =
-      services_.dispatch.postAfter(kApprovalDeadline, [weak, held] {
-        auto self = weak.lock();
-        if (self && self->activationRequest == held) {
-          // The system request itself is not cancelled.
-          self->endActivation(false);
-        }
-      });
+  approvalDeadline = services_.dispatch.postAfter(
+      kApprovalDeadline,
+      platform::onMain(platform::kDeliveredOnMain, weak_from_this(),
+                       [held](DesktopMeshPlugin& self) {
+                         if (self.activationRequest == held) {
+                           // The system request itself is not cancelled.
+                           self.endActivation(false);
+                         }
+                       }));
 }
 
 platform::ReplacementAction DesktopMeshPlugin::actionForReplacingExtension(

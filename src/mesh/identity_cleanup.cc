@@ -46,32 +46,35 @@ void DesktopMeshPlugin::endCleanup(const Reply& result, bool cleared) {
 void DesktopMeshPlugin::clearIdentity(const Reply& result) {
   operationInProgress = true;
   loadManager([result](DesktopMeshPlugin& self, bool loaded) {
-    if (!loaded || !self.manager) {
-      self.operationInProgress = false;
-      result->error(error("MESH_SETTINGS_FAILED"));
-      return;
-    }
-    std::optional<std::string> accountNamespace =
-        accountNamespaceOf(*self.manager);
-    if (!accountNamespace) {
-      // Nothing to clear, and no tunnel is touched.
-      self.endCleanup(result, true);
-      return;
-    }
-    int status = self.tunnelStatus();
-    if (status == platform::kVpnStatusConnected ||
-        status == platform::kVpnStatusReasserting) {
-      self.sendMessage("logout", [accountNamespace, result](
-                                     DesktopMeshPlugin& me,
-                                     const std::optional<ValueMap>& reply) {
-        me.afterLogoutMessage(*accountNamespace, result, reply);
-      });
-      return;
-    }
-    self.stopTunnel();
-    self.startCleanup(*accountNamespace,
-                      self.services_.dispatch.now() + kCleanupDeadline, result);
+    self.clearLoadedIdentity(result, loaded);
   });
+}
+
+void DesktopMeshPlugin::clearLoadedIdentity(const Reply& result, bool loaded) {
+  if (!loaded || !manager) {
+    operationInProgress = false;
+    result->error(error("MESH_SETTINGS_FAILED"));
+    return;
+  }
+  std::optional<std::string> accountNamespace = accountNamespaceOf(*manager);
+  if (!accountNamespace) {
+    // Nothing to clear, and no tunnel is touched.
+    endCleanup(result, true);
+    return;
+  }
+  int status = tunnelStatus();
+  if (status == platform::kVpnStatusConnected ||
+      status == platform::kVpnStatusReasserting) {
+    sendMessage("logout", [accountNamespace = *accountNamespace, result](
+                              DesktopMeshPlugin& self,
+                              const std::optional<ValueMap>& reply) {
+      self.afterLogoutMessage(accountNamespace, result, reply);
+    });
+    return;
+  }
+  stopTunnel();
+  startCleanup(*accountNamespace, services_.dispatch.now() + kCleanupDeadline,
+               result);
 }
 
 void DesktopMeshPlugin::afterLogoutMessage(
@@ -126,19 +129,26 @@ void DesktopMeshPlugin::awaitCleanup(Deadline deadline, const Reply& result) {
     return;
   }
   if (manager && tunnelStatus() == platform::kVpnStatusConnected) {
-    sendMessage("status", [deadline, result](
-                              DesktopMeshPlugin& self,
-                              const std::optional<ValueMap>& reply) {
-      // A confirmation ends in success even after the deadline.
-      if (confirmsCleared(reply)) {
-        self.stopTunnel();
-        self.endCleanup(result, true);
-        return;
-      }
-      self.schedule(kPollInterval, [deadline, result](DesktopMeshPlugin& me) {
-        me.awaitCleanup(deadline, result);
-      });
-    });
+    sendMessage("status",
+                [deadline, result](DesktopMeshPlugin& self,
+                                   const std::optional<ValueMap>& reply) {
+                  self.afterCleanupStatus(deadline, result, reply);
+                });
+    return;
+  }
+  schedule(kPollInterval, [deadline, result](DesktopMeshPlugin& self) {
+    self.awaitCleanup(deadline, result);
+  });
+}
+
+void DesktopMeshPlugin::afterCleanupStatus(
+    Deadline deadline,
+    const Reply& result,
+    const std::optional<ValueMap>& reply) {
+  // A confirmation ends in success even after the deadline.
+  if (confirmsCleared(reply)) {
+    stopTunnel();
+    endCleanup(result, true);
     return;
   }
   schedule(kPollInterval, [deadline, result](DesktopMeshPlugin& self) {

@@ -125,40 +125,43 @@ void DesktopMeshPlugin::configureAndSave(const ValueMap& options,
   profile->setOnDemandEnabled(false);
   profile->setOnDemandRules({});
 
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
-  profile->saveToPreferences([weak, profile, options, number,
-                              result](const platform::MaybeError& saveError) {
-    auto self = weak.lock();
-    if (!self) {
-      return;
-    }
-    self->onMain(
-        [profile, options, number, result, saveError](DesktopMeshPlugin& me) {
-          if (saveError) {
-            me.endLogin(result, "MESH_PERMISSION_REQUIRED");
-            return;
-          }
-          std::weak_ptr<DesktopMeshPlugin> weakMe = me.weak_from_this();
-          profile->loadFromPreferences(
-              [weakMe, profile, options, number,
-               result](const platform::MaybeError& reloadError) {
-                auto again = weakMe.lock();
-                if (!again) {
-                  return;
-                }
-                again->onMain([profile, options, number, result,
-                               reloadError](DesktopMeshPlugin& plugin) {
-                  if (plugin.generation != number) {
-                    plugin.endLogin(result, "MESH_CANCELED");
-                  } else if (reloadError) {
-                    plugin.endLogin(result, "MESH_SETTINGS_FAILED");
-                  } else {
-                    plugin.startTunnel(profile, options, number, result);
-                  }
-                });
-              });
-        });
-  });
+  profile->saveToPreferences(continuation(
+      [profile, options, number, result](
+          DesktopMeshPlugin& self, const platform::MaybeError& saveError) {
+        self.reloadSaved(profile, options, number, result, saveError);
+      }));
+}
+
+void DesktopMeshPlugin::reloadSaved(
+    const std::shared_ptr<platform::TunnelProfile>& profile,
+    const ValueMap& options,
+    int64_t number,
+    const Reply& result,
+    const platform::MaybeError& saveError) {
+  if (saveError) {
+    endLogin(result, "MESH_PERMISSION_REQUIRED");
+    return;
+  }
+  profile->loadFromPreferences(continuation(
+      [profile, options, number, result](
+          DesktopMeshPlugin& self, const platform::MaybeError& reloadError) {
+        self.startReloaded(profile, options, number, result, reloadError);
+      }));
+}
+
+void DesktopMeshPlugin::startReloaded(
+    const std::shared_ptr<platform::TunnelProfile>& profile,
+    const ValueMap& options,
+    int64_t number,
+    const Reply& result,
+    const platform::MaybeError& reloadError) {
+  if (generation != number) {
+    endLogin(result, "MESH_CANCELED");
+  } else if (reloadError) {
+    endLogin(result, "MESH_SETTINGS_FAILED");
+  } else {
+    startTunnel(profile, options, number, result);
+  }
 }
 
 void DesktopMeshPlugin::startTunnel(

@@ -165,36 +165,34 @@ void DesktopMeshPlugin::replyStatus(const Reply& result, bool loaded) {
 }
 
 void DesktopMeshPlugin::loadManager(LoadCompletion completion) {
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
-  services_.networkExtension.loadAllFromPreferences(
-      [weak, completion](
-          const std::optional<platform::TunnelProfiles>& profiles,
-          const platform::MaybeError& loadError) {
-        auto self = weak.lock();
-        if (!self) {
-          return;
-        }
-        self->onMain([completion, profiles, loadError](DesktopMeshPlugin& me) {
-          if (loadError) {
-            completion(me, false);
-            return;
-          }
-          const std::string identifier = me.providerIdentifier();
-          std::shared_ptr<platform::TunnelProfile> match;
-          for (const auto& profile :
-               profiles.value_or(platform::TunnelProfiles())) {
-            auto protocol = profile->protocolConfiguration();
-            if (protocol && protocol->isTunnelProvider &&
-                protocol->providerBundleIdentifier == identifier) {
-              match = profile;
-              break;
-            }
-          }
-          me.manager =
-              match ? match : me.services_.networkExtension.makeProfile();
-          completion(me, true);
-        });
-      });
+  services_.networkExtension.loadAllFromPreferences(continuation(
+      [completion](DesktopMeshPlugin& self,
+                   const std::optional<platform::TunnelProfiles>& profiles,
+                   const platform::MaybeError& loadError) {
+        self.onProfilesLoaded(completion, profiles, loadError);
+      }));
+}
+
+void DesktopMeshPlugin::onProfilesLoaded(
+    const LoadCompletion& completion,
+    const std::optional<platform::TunnelProfiles>& profiles,
+    const platform::MaybeError& loadError) {
+  if (loadError) {
+    completion(*this, false);
+    return;
+  }
+  const std::string identifier = providerIdentifier();
+  std::shared_ptr<platform::TunnelProfile> match;
+  for (const auto& profile : profiles.value_or(platform::TunnelProfiles())) {
+    auto protocol = profile->protocolConfiguration();
+    if (protocol && protocol->isTunnelProvider &&
+        protocol->providerBundleIdentifier == identifier) {
+      match = profile;
+      break;
+    }
+  }
+  manager = match ? match : services_.networkExtension.makeProfile();
+  completion(*this, true);
 }
 
 void DesktopMeshPlugin::lastDisconnectCode(CodeCompletion completion) {
@@ -203,19 +201,13 @@ void DesktopMeshPlugin::lastDisconnectCode(CodeCompletion completion) {
     completion(*this, std::nullopt);
     return;
   }
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
   connection->fetchLastDisconnectError(
-      [weak, completion](const platform::MaybeError& disconnectError) {
-        auto self = weak.lock();
-        if (!self) {
-          return;
-        }
-        self->onMain([completion, disconnectError](DesktopMeshPlugin& me) {
-          completion(me, disconnectError ? std::optional<std::string>(
+      continuation([completion](DesktopMeshPlugin& self,
+                                const platform::MaybeError& disconnectError) {
+        completion(self, disconnectError ? std::optional<std::string>(
                                                disconnectCode(*disconnectError))
                                          : std::nullopt);
-        });
-      });
+      }));
 }
 
 }  // namespace movaro

@@ -39,23 +39,19 @@ void DesktopMeshPlugin::sendMessage(const std::string& command,
   schedule(kMessageTimeout, [call](DesktopMeshPlugin& self) {
     call->finish(self, std::nullopt);
   });
-  std::weak_ptr<DesktopMeshPlugin> weak = weak_from_this();
+  // The reply comes on any queue; it is decoded on the main queue.
   platform::MaybeError sendError = connection->sendProviderMessage(
       Bytes(request.begin(), request.end()),
-      [weak, call](const std::optional<Bytes>& reply) {
-        // Any queue: move the reply to the main queue and do nothing else.
-        if (auto self = weak.lock()) {
-          self->onMain([call, reply](DesktopMeshPlugin& me) {
+      continuation(
+          [call](DesktopMeshPlugin& self, const std::optional<Bytes>& reply) {
             std::optional<std::string_view> bytes;
             if (reply) {
               bytes = std::string_view(
                   reinterpret_cast<const char*>(reply->data()), reply->size());
             }
             // Decoded even when the timeout came first; finish drops it.
-            call->finish(me, me.replyDecoder_.decode(bytes));
-          });
-        }
-      });
+            call->finish(self, self.replyDecoder_.decode(bytes));
+          }));
   if (sendError) {
     call->finish(*this, std::nullopt);
   }

@@ -25,14 +25,18 @@ void DesktopMeshPlugin::down(const Reply& result) {
   lastFailureCode.reset();
   sessionExpiry.reset();
   loadManager([result](DesktopMeshPlugin& self, bool loaded) {
-    if (!loaded) {
-      result->error(error("MESH_SETTINGS_FAILED"));
-      return;
-    }
-    // The stop is requested once; the wait does not repeat it.
-    self.stopTunnel();
-    self.awaitStopped(self.services_.dispatch.now() + kStopDeadline, result);
+    self.stopLoaded(result, loaded);
   });
+}
+
+void DesktopMeshPlugin::stopLoaded(const Reply& result, bool loaded) {
+  if (!loaded) {
+    result->error(error("MESH_SETTINGS_FAILED"));
+    return;
+  }
+  // The stop is requested once; the wait does not repeat it.
+  stopTunnel();
+  awaitStopped(services_.dispatch.now() + kStopDeadline, result);
 }
 
 void DesktopMeshPlugin::awaitStopped(Deadline deadline, const Reply& result) {
@@ -54,34 +58,27 @@ void DesktopMeshPlugin::awaitStopped(Deadline deadline, const Reply& result) {
 void DesktopMeshPlugin::logout(const Reply& result) {
   ++generation;
   answerWaitingPrepare(false);
-  waitForCanceledOperation(
-      services_.dispatch.now() + kLogoutWait,
-      [result](DesktopMeshPlugin& self, bool ended) {
-        if (!ended) {
-          result->error(error("MESH_IDENTITY_CLEAR_FAILED"));
-          return;
-        }
-        self.clearIdentity(result);
-      });
+  awaitCanceledOperation(services_.dispatch.now() + kLogoutWait, result);
 }
 
-void DesktopMeshPlugin::waitForCanceledOperation(
-    Deadline deadline,
-    std::function<void(DesktopMeshPlugin&, bool)> completion) {
+// The identity is cleared once the operation that "logout" superseded has
+// ended; one still running at the deadline fails the logout.
+void DesktopMeshPlugin::awaitCanceledOperation(Deadline deadline,
+                                               const Reply& result) {
   if (!operationInProgress) {
-    completion(*this, true);
+    clearIdentity(result);
     return;
   }
   if (services_.dispatch.now() < deadline) {
     // Asked again at every poll, so that a login still loading or saving
     // finds its tunnel stopped.
     stopTunnel();
-    schedule(kPollInterval, [deadline, completion](DesktopMeshPlugin& self) {
-      self.waitForCanceledOperation(deadline, completion);
+    schedule(kPollInterval, [deadline, result](DesktopMeshPlugin& self) {
+      self.awaitCanceledOperation(deadline, result);
     });
     return;
   }
-  completion(*this, false);
+  result->error(error("MESH_IDENTITY_CLEAR_FAILED"));
 }
 
 }  // namespace movaro

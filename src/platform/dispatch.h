@@ -15,10 +15,19 @@
 namespace movaro::platform {
 
 using Task = std::function<void()>;
-// Time counts integer ticks, so that 400 polls of 0.1 s land exactly on 40 s.
+// Time counts integer nanoseconds, so that 400 polls of 0.1 s land exactly
+// on 40 s. Both clocks are named with that tick: the system clock's own
+// tick differs between C++ libraries (nanoseconds in libstdc++,
+// microseconds in libc++), and `now() + Duration` must be a WallTime
+// everywhere.
 using Duration = std::chrono::nanoseconds;
-using WallTime = std::chrono::system_clock::time_point;
-using MonotonicTime = std::chrono::steady_clock::time_point;
+using WallTime = std::chrono::sys_time<Duration>;
+using MonotonicTime =
+    std::chrono::time_point<std::chrono::steady_clock, Duration>;
+// Posts a task to the main queue from any thread. A copy stays safe to call
+// after the Dispatch that made it is gone, so a callback on another thread
+// may hold one by value.
+using MainQueue = std::function<void(Task)>;
 
 // Seconds with fraction, rounded to the nearest tick.
 Duration seconds(double value);
@@ -53,6 +62,8 @@ class Dispatch {
   // Runs the task on the main queue after everything already due. May be
   // called from any thread.
   virtual void post(Task task) = 0;
+  // post() by value, for callbacks that may outlive this object.
+  virtual MainQueue mainQueue() = 0;
   // Runs the task on the main queue once the delay has passed on the
   // monotonic clock, unless the handle cancels it first. Main thread only.
   [[nodiscard]] virtual TimerHandle postAfter(Duration delay, Task task) = 0;

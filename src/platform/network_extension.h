@@ -87,7 +87,8 @@ class TunnelProfile {
 
 using TunnelProfiles = std::vector<std::shared_ptr<TunnelProfile>>;
 
-// A registration with the notification centre; removed explicitly.
+// A registration with the notification centre. Destroying the token
+// removes it, so an owner that goes away leaves no observer behind.
 class ObserverToken {
  public:
   virtual ~ObserverToken() = default;
@@ -104,11 +105,10 @@ class NetworkExtension {
   // A new, unsaved profile.
   virtual std::shared_ptr<TunnelProfile> makeProfile() = 0;
   // Observes the status-change notification of one connection, delivered on
-  // the main queue.
+  // the main queue, until the token is destroyed.
   virtual std::shared_ptr<ObserverToken> addStatusObserver(
       const std::shared_ptr<TunnelConnection>& connection,
       std::function<void()> block) = 0;
-  virtual void removeObserver(const std::shared_ptr<ObserverToken>& token) = 0;
 };
 
 }  // namespace movaro::platform

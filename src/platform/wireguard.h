@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 namespace movaro::platform {
 
@@ -13,9 +14,11 @@ using Key = std::array<uint8_t, 32>;
 class WireGuardKeys {
  public:
   virtual ~WireGuardKeys() = default;
-  // A random Curve25519 private key, clamped.
-  virtual Key generatePrivateKey() = 0;
-  virtual Key publicKey(const Key& privateKey) = 0;
+  // A random Curve25519 private key, clamped; nothing when the random
+  // source fails.
+  virtual std::optional<Key> generatePrivateKey() = 0;
+  // Nothing when it cannot be computed.
+  virtual std::optional<Key> publicKey(const Key& privateKey) = 0;
 };
 
 }  // namespace movaro::platform

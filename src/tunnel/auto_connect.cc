@@ -12,14 +12,13 @@ void MovaroPlatformPlugin::configureAutoConnect(
   // Stored first, whatever happens to the profile.
   services_.defaults.setObject(kTrustedWifiSsidsKey,
                                toValueList(trustedWifiSsids));
-  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
-  loadManager([weak, enabled, trustedWifiSsids, result](bool loaded) {
-    auto self = weak.lock();
-    if (!loaded || !self || !self->tunnelManager) {
+  loadManager([enabled, trustedWifiSsids, result](MovaroPlatformPlugin& self,
+                                                  bool loaded) {
+    if (!loaded || !self.tunnelManager) {
       result->error("LOAD_FAILED", "Unable to load VPN settings");
       return;
     }
-    std::shared_ptr<platform::TunnelProfile> profile = self->tunnelManager;
+    std::shared_ptr<platform::TunnelProfile> profile = self.tunnelManager;
     std::optional<platform::TunnelProtocol> protocol =
         profile->protocolConfiguration();
     if (enabled && !protocol) {

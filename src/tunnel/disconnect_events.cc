@@ -1,18 +1,15 @@
 // Disconnect, and the event stream's listen and cancel.
-#include "platform/bind_weak.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace movaro {
 
 void MovaroPlatformPlugin::disconnectTunnel(const Reply& result) {
-  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
-  loadManager([weak, result](bool loaded) {
-    auto self = weak.lock();
-    if (!loaded || !self || !self->tunnelManager) {
+  loadManager([result](MovaroPlatformPlugin& self, bool loaded) {
+    if (!loaded || !self.tunnelManager) {
       result->success(false);
       return;
     }
-    std::shared_ptr<platform::TunnelProfile> profile = self->tunnelManager;
+    std::shared_ptr<platform::TunnelProfile> profile = self.tunnelManager;
     if (!profile->protocolConfiguration()) {
       // Nothing was ever saved for it: nothing to save or stop.
       result->success(true);
@@ -39,8 +36,9 @@ std::optional<PluginError> MovaroPlatformPlugin::onListen(
     const Value& /*arguments*/,
     const std::shared_ptr<EventSink>& sink) {
   eventSink = sink;
-  loadManager(platform::bindWeak(weak_from_this(),
-                                 &MovaroPlatformPlugin::onListenLoaded, sink));
+  loadManager([sink](MovaroPlatformPlugin& self, bool loaded) {
+    self.onListenLoaded(sink, loaded);
+  });
   return std::nullopt;
 }
 
@@ -59,10 +57,7 @@ void MovaroPlatformPlugin::onListenLoaded(
 std::optional<PluginError> MovaroPlatformPlugin::onCancel(
     const Value& /*arguments*/) {
   eventSink.reset();
-  if (statusObserver) {
-    services_.networkExtension.removeObserver(statusObserver);
-    statusObserver.reset();
-  }
+  statusObserver.reset();
   return std::nullopt;
 }
 

@@ -27,10 +27,11 @@ void MovaroPlatformPlugin::registerWith(Registrar& registrar,
 
 std::shared_ptr<MovaroPlatformPlugin> MovaroPlatformPlugin::create(
     const platform::Services& services) {
-  return std::make_shared<MovaroPlatformPlugin>(services);
+  return std::make_shared<MovaroPlatformPlugin>(Passkey(), services);
 }
 
-MovaroPlatformPlugin::MovaroPlatformPlugin(const platform::Services& services)
+MovaroPlatformPlugin::MovaroPlatformPlugin(Passkey,
+                                           const platform::Services& services)
     : services_(services) {}
 
 void MovaroPlatformPlugin::handle(const MethodCall& call, const Reply& result) {
@@ -109,19 +110,21 @@ void MovaroPlatformPlugin::connect(const Arguments& args, const Reply& result) {
   std::string verificationUrl = args.string("verificationUrl").value_or("");
   bool splitTunnelEnabled = args.boolean("splitTunnelEnabled").value_or(false);
   Value arguments = args.map();
-  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
-  activateTunnelExtension(result, [weak, configText = *config, arguments,
-                                   verificationUrl, splitTunnelEnabled, result](
-                                      const std::optional<PluginError>& error) {
-    if (error) {
-      result->error(*error);
-      return;
-    }
-    if (auto self = weak.lock()) {
-      self->continueConnect(configText, arguments, verificationUrl,
-                            splitTunnelEnabled, result);
-    }
-  });
+  // Called by this plugin itself, at once or from an extension callback.
+  activateTunnelExtension(
+      result,
+      platform::onMain(
+          platform::kDeliveredOnMain, weak_from_this(),
+          [configText = *config, arguments, verificationUrl, splitTunnelEnabled,
+           result](MovaroPlatformPlugin& self,
+                   const std::optional<PluginError>& error) {
+            if (error) {
+              result->error(*error);
+              return;
+            }
+            self.continueConnect(configText, arguments, verificationUrl,
+                                 splitTunnelEnabled, result);
+          }));
 }
 
 void MovaroPlatformPlugin::disconnect(const Reply& result) {
@@ -136,22 +139,22 @@ void MovaroPlatformPlugin::disconnect(const Reply& result) {
 }
 
 void MovaroPlatformPlugin::prepare(const Reply& result) {
-  loadManager([result](bool loaded) { result->success(loaded); });
+  loadManager([result](MovaroPlatformPlugin& /*self*/, bool loaded) {
+    result->success(loaded);
+  });
 }
 
 void MovaroPlatformPlugin::getAutoConnectPolicy(const Reply& result) {
-  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
-  loadManager([weak, result](bool loaded) {
-    auto self = weak.lock();
-    if (!loaded || !self || !self->tunnelManager) {
+  loadManager([result](MovaroPlatformPlugin& self, bool loaded) {
+    if (!loaded || !self.tunnelManager) {
       result->error("LOAD_FAILED", "Unable to load VPN settings");
       return;
     }
     result->success(
-        dict({{"enabled", self->tunnelManager->isOnDemandEnabled()},
-              {"trustedWifiSsids", toValueList(self->storedTrustedWifiSsids())},
+        dict({{"enabled", self.tunnelManager->isOnDemandEnabled()},
+              {"trustedWifiSsids", toValueList(self.storedTrustedWifiSsids())},
               {"hasCachedConfig",
-               self->tunnelManager->protocolConfiguration().has_value()}}));
+               self.tunnelManager->protocolConfiguration().has_value()}}));
   });
 }
 

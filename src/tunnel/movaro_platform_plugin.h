@@ -13,6 +13,7 @@
 #include "bridge/arguments.h"
 #include "bridge/event_channel.h"
 #include "bridge/registrar.h"
+#include "platform/main_queue.h"
 #include "platform/services.h"
 
 namespace movaro {
@@ -27,6 +28,12 @@ class MovaroPlatformPlugin
       public platform::ActivationRequestDelegate,
       public platform::LocationManagerDelegate,
       public std::enable_shared_from_this<MovaroPlatformPlugin> {
+  // Only create() can name it: a plugin always lives in a shared_ptr, so
+  // its completions can hold it weakly.
+  struct Passkey {
+    explicit Passkey() = default;
+  };
+
  public:
   static constexpr const char* kChannel = "movaro_platform";
   static constexpr const char* kEventChannel = "movaro_platform/events";
@@ -40,7 +47,7 @@ class MovaroPlatformPlugin
   static std::shared_ptr<MovaroPlatformPlugin> create(
       const platform::Services& services);
 
-  explicit MovaroPlatformPlugin(const platform::Services& services);
+  MovaroPlatformPlugin(Passkey, const platform::Services& services);
   MovaroPlatformPlugin(const MovaroPlatformPlugin&) = delete;
   MovaroPlatformPlugin& operator=(const MovaroPlatformPlugin&) = delete;
 
@@ -97,9 +104,12 @@ class MovaroPlatformPlugin
   bool isPendingRequest(const platform::ActivationRequest& request) const;
   void finishExtensionWait(const std::optional<PluginError>& outcome);
 
-  // Profile and connect.
-  void loadManager(std::function<void(bool loaded)> completion);
-  void onProfilesLoaded(const std::function<void(bool)>& completion,
+  // Profile and connect. The load's completion runs only while the plugin
+  // lives, and is handed it.
+  using LoadCompletion =
+      std::function<void(MovaroPlatformPlugin& self, bool loaded)>;
+  void loadManager(LoadCompletion completion);
+  void onProfilesLoaded(const LoadCompletion& completion,
                         const std::optional<platform::TunnelProfiles>& profiles,
                         const platform::MaybeError& error);
   void continueConnect(const std::string& configText,
@@ -140,6 +150,10 @@ class MovaroPlatformPlugin
   ValueList launchableApplications() const;
   void syncSubscriptionReminders(const std::vector<ValueMap>& reminders,
                                  const Reply& result);
+  void scheduleReminders(const std::vector<ValueMap>& reminders,
+                         const Reply& result,
+                         bool granted,
+                         const platform::MaybeError& error);
 
   platform::Services services_;
 

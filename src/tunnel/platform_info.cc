@@ -34,10 +34,16 @@ void MovaroPlatformPlugin::getAppInfo(const Reply& result) {
 }
 
 void MovaroPlatformPlugin::generateKeyPair(const Reply& result) {
-  platform::Key privateKey = services_.keys.generatePrivateKey();
-  platform::Key publicKey = services_.keys.publicKey(privateKey);
-  result->success(dict({{"privateKey", platform::base64Encode(privateKey)},
-                        {"publicKey", platform::base64Encode(publicKey)}}));
+  std::optional<platform::Key> privateKey = services_.keys.generatePrivateKey();
+  std::optional<platform::Key> publicKey =
+      privateKey ? services_.keys.publicKey(*privateKey) : std::nullopt;
+  if (!publicKey) {
+    result->error("KEY_GENERATION_FAILED",
+                  "A WireGuard key pair could not be generated.");
+    return;
+  }
+  result->success(dict({{"privateKey", platform::base64Encode(*privateKey)},
+                        {"publicKey", platform::base64Encode(*publicKey)}}));
 }
 
 void MovaroPlatformPlugin::openVpnSettings(const Reply& result) {

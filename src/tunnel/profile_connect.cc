@@ -1,6 +1,5 @@
 // The tunnel profile: its load, and the connect that fills, saves, reloads
 // and starts it.
-#include "platform/bind_weak.h"
 #include "platform/wireguard/wg_quick.h"
 #include "tunnel/endpoint.h"
 #include "tunnel/movaro_platform_plugin.h"
@@ -13,19 +12,25 @@ constexpr const char* kProfileName = "Halvorn VPN";
 
 }  // namespace
 
-void MovaroPlatformPlugin::loadManager(
-    std::function<void(bool loaded)> completion) {
-  services_.networkExtension.loadAllFromPreferences(platform::bindWeak(
-      weak_from_this(), &MovaroPlatformPlugin::onProfilesLoaded, completion));
+// The chain goes on inside the completion as the platform delivers it, on
+// the main queue.
+void MovaroPlatformPlugin::loadManager(LoadCompletion completion) {
+  services_.networkExtension.loadAllFromPreferences(platform::onMain(
+      platform::kDeliveredOnMain, weak_from_this(),
+      [completion](MovaroPlatformPlugin& self,
+                   const std::optional<platform::TunnelProfiles>& profiles,
+                   const platform::MaybeError& error) {
+        self.onProfilesLoaded(completion, profiles, error);
+      }));
 }
 
 void MovaroPlatformPlugin::onProfilesLoaded(
-    const std::function<void(bool)>& completion,
+    const LoadCompletion& completion,
     const std::optional<platform::TunnelProfiles>& profiles,
     const platform::MaybeError& error) {
   if (error) {
     // The earlier profile and observer stay as they were.
-    completion(false);
+    completion(*this, false);
     return;
   }
   const std::string identifier = extensionIdentifier();
@@ -41,7 +46,7 @@ void MovaroPlatformPlugin::onProfilesLoaded(
   hasSavedConfiguration = match != nullptr;
   tunnelManager = match ? match : services_.networkExtension.makeProfile();
   observeStatus(tunnelManager);
-  completion(true);
+  completion(*this, true);
 }
 
 void MovaroPlatformPlugin::continueConnect(const std::string& configText,
@@ -64,10 +69,12 @@ void MovaroPlatformPlugin::connectTunnel(
     bool protectAllNetworks,
     std::optional<int64_t> sessionEndsAtEpochMilliseconds,
     const Reply& result) {
-  loadManager(platform::bindWeak(weak_from_this(),
-                                 &MovaroPlatformPlugin::writeProfileAndStart,
-                                 configText, enableOnDemand, protectAllNetworks,
-                                 sessionEndsAtEpochMilliseconds, result));
+  loadManager([configText, enableOnDemand, protectAllNetworks,
+               sessionEndsAtEpochMilliseconds,
+               result](MovaroPlatformPlugin& self, bool loaded) {
+    self.writeProfileAndStart(configText, enableOnDemand, protectAllNetworks,
+                              sessionEndsAtEpochMilliseconds, result, loaded);
+  });
 }
 
 void MovaroPlatformPlugin::writeProfileAndStart(

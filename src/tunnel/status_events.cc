@@ -6,10 +6,7 @@ namespace movaro {
 
 void MovaroPlatformPlugin::observeStatus(
     const std::shared_ptr<platform::TunnelProfile>& profile) {
-  if (statusObserver) {
-    services_.networkExtension.removeObserver(statusObserver);
-    statusObserver.reset();
-  }
+  statusObserver.reset();
   std::shared_ptr<platform::TunnelConnection> connection =
       profile->connection();
   if (!connection) {
@@ -17,15 +14,13 @@ void MovaroPlatformPlugin::observeStatus(
   }
   // The observer keeps reporting the profile it was made for, even after
   // tunnelManager has been replaced.
-  std::weak_ptr<MovaroPlatformPlugin> weak = weak_from_this();
-  statusObserver =
-      services_.networkExtension.addStatusObserver(connection, [weak, profile] {
-        auto self = weak.lock();
-        auto current = profile->connection();
-        if (self && current) {
-          self->pushStatus(current->status());
-        }
-      });
+  statusObserver = services_.networkExtension.addStatusObserver(
+      connection, platform::onMain(platform::kDeliveredOnMain, weak_from_this(),
+                                   [profile](MovaroPlatformPlugin& self) {
+                                     if (auto current = profile->connection()) {
+                                       self.pushStatus(current->status());
+                                     }
+                                   }));
 }
 
 void MovaroPlatformPlugin::pushStatus(int status) {

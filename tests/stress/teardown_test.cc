@@ -312,7 +312,9 @@ TEST_F(TeardownTest, RemindersWaitingForAuthorisationAreNeverAnswered) {
 // need nothing of the plugin, so the call is answered at most once.
 TEST_F(TeardownTest, RemindersWhoseAdditionsAreUnderwayAnswerAtMostOnce) {
   ReplyPtr reply = callMain("syncSubscriptionReminders", oneReminder());
-  teardownAfter(0);
+  // One round for the authorisation to arrive, one for its move to the
+  // main queue, where the additions are asked for.
+  teardownAfter(1);
   runUntilIdle();
   deliverEverything();
   ASSERT_TRUE(tornDown_);
@@ -322,10 +324,14 @@ TEST_F(TeardownTest, RemindersWhoseAdditionsAreUnderwayAnswerAtMostOnce) {
 
 // With the callbacks on threads of their own the teardown races them: the
 // authorisation callback may find the plugin alive or gone. Either way no
-// second answer and no crash, many times over.
+// second answer, no crash, and the plugin (which holds a status observer)
+// is destroyed on the main queue, many times over.
 TEST(TeardownRaceTest, RemindersWithCallbacksOnOtherThreads) {
   for (int round = 0; round < 50; ++round) {
     auto harness = std::make_unique<PluginHarness>();
+    harness->callMain("prepare");
+    harness->runUntilIdle();
+    ASSERT_EQ(harness->mac.networkExtension.observerCount(), 1u);
     harness->mac.notifications.callbacksOnOtherThreads = true;
     if (round % 3 == 1) {
       harness->mac.notifications.addFailures["*"] = "No room.";
@@ -343,6 +349,8 @@ TEST(TeardownRaceTest, RemindersWithCallbacksOnOtherThreads) {
     }
     EXPECT_LE(reply->count, 1);
     EXPECT_EQ(harness->mac.dispatch.pendingCount(), 0u);
+    EXPECT_EQ(harness->mac.networkExtension.observerCount(), 0u);
+    EXPECT_EQ(harness->mac.networkExtension.observersRemovedOffThread(), 0);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "mesh/desktop_mesh_plugin.h"
 #include "platform/wireguard/x25519_keys.h"
 #include "support/matchers.h"
 
@@ -116,6 +117,32 @@ TEST_F(PlatformDispatchTest, GenerateKeyPairGivesAFreshMatchingPairEachCall) {
   // Nothing of the key is kept or written anywhere.
   EXPECT_TRUE(mac.log.calls().empty());
   EXPECT_TRUE(mac.defaults.values.empty());
+}
+
+// A random source that fails, and one that throws (a service breaking the
+// seam's contract): one error reply each, nothing kept.
+TEST_F(PlatformDispatchTest, KeySourceFailuresGiveOneErrorReply) {
+  using Source = sim::SimKeys::Source;
+  const struct {
+    Source source;
+    const char* code;
+    const char* message;
+  } cases[] = {
+      {Source::kFailing, "KEY_GENERATION_FAILED",
+       "A WireGuard key pair could not be generated."},
+      {Source::kThrowing, "INTERNAL_ERROR",
+       "The platform layer could not complete the call."},
+  };
+  for (const auto& c : cases) {
+    mac.keys.source = c.source;
+    ReplyPtr reply = callMain("generateKeyPair");
+    EXPECT_THAT(reply, IsError(c.code, c.message));
+    EXPECT_EQ(reply->count, 1);
+  }
+  EXPECT_TRUE(mac.log.calls().empty());
+  // The mesh channel's answer to a throw keeps to its public codes.
+  EXPECT_EQ(DesktopMeshPlugin::create(mac.services())->internalError().code,
+            "engine_failed");
 }
 
 TEST_F(PlatformDispatchTest, MeshChannelReachesItsOwnPlugin) {

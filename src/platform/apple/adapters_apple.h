@@ -1,11 +1,14 @@
 // The macOS implementations of the seam, one factory per framework family,
-// and the hop to the main queue that they share. AppleServices owns what the
-// factories make. Plain C++: no Objective-C type appears here.
+// and what they share: the hop to the main queue and the guard at every
+// entry from Objective-C into C++. AppleServices owns what the factories
+// make. Plain C++: no Objective-C type appears here.
 #ifndef MOVARO_PLATFORM_APPLE_ADAPTERS_APPLE_H_
 #define MOVARO_PLATFORM_APPLE_ADAPTERS_APPLE_H_
 
 #include <functional>
 #include <memory>
+#include <type_traits>
+#include <utility>
 
 #include "platform/dispatch.h"
 #include "platform/foundation.h"
@@ -18,8 +21,64 @@
 
 namespace movaro::platform::apple {
 
-// Runs the task later on the main queue. May be called from any thread.
+// Runs `body` so that no exception leaves it, C++ or Objective-C: every
+// block and delegate method that enters C++ from a framework goes through
+// here, so nothing unwinds into the framework. What a caught call owed is
+// left undone; a method call still gets its one reply from the shell's own
+// guard.
+template <typename Body>
+void guarded(Body&& body) noexcept {
+  try {
+    std::forward<Body>(body)();
+  } catch (...) {
+  }
+}
+
+// The same for a callback that returns a value: `fallback` when it throws.
+template <typename T, typename Body>
+T guarded(T fallback, Body&& body) noexcept {
+  try {
+    return std::forward<Body>(body)();
+  } catch (...) {
+    return fallback;
+  }
+}
+
+// Runs the task later on the main queue, guarded. May be called from any
+// thread.
 void deliverOnMain(std::function<void()> task);
+
+// A completion handed to a framework's completion block: called on the
+// framework's queue, it moves the completion to the main queue, runs it
+// there once and releases it there. The block keeps only the box, so what
+// the completion holds (a plugin, a reply) is never released on the
+// framework's queue, whenever the framework lets go of its block.
+template <typename... Args>
+class MainQueueCompletion {
+ public:
+  explicit MainQueueCompletion(std::function<void(Args...)> completion)
+      : box_(std::make_shared<std::function<void(Args...)>>(
+            std::move(completion))) {}
+
+  void operator()(std::decay_t<Args>... args) const {
+    deliverOnMain([box = box_, args...] {
+      std::function<void(Args...)> run = std::move(*box);
+      *box = nullptr;
+      if (run) {
+        run(args...);
+      }
+    });
+  }
+
+ private:
+  std::shared_ptr<std::function<void(Args...)>> box_;
+};
+
+template <typename... Args>
+MainQueueCompletion<Args...> onMainQueue(
+    std::function<void(Args...)> completion) {
+  return MainQueueCompletion<Args...>(std::move(completion));
+}
 
 // dispatch_apple.mm
 std::unique_ptr<Dispatch> makeDispatch();

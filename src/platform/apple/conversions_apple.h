@@ -40,18 +40,27 @@ std::vector<uint8_t> toBytes(NSData* _Nullable data);
 // float or double is a double, any other number is a 32-bit integer when it
 // fits and a 64-bit one otherwise.
 Value toValue(NSNumber* number);
+// Reads the objects that one caller knows and property lists do not (the UI
+// host's typed data); nothing for any other object.
+using ObjectReader = std::optional<Value>(id object);
 // Property-list objects: nil and NSNull are null, NSNumber as above,
-// NSString, NSData as bytes, NSArray, NSDictionary. Anything else (dates,
-// URLs, other objects) reads as null.
-Value toValue(id _Nullable object);
+// NSString, NSData as bytes, NSArray, NSDictionary; what `special` reads, at
+// any depth. Anything else (dates, URLs, other objects) reads as null.
+Value toValue(id _Nullable object, ObjectReader* _Nullable special = nullptr);
 // String-keyed entries of a dictionary; other keys are left out. Empty for
 // nil.
 ValueMap toStringKeyedMap(NSDictionary* _Nullable dictionary);
 
+// Writes bytes and the numeric lists, the kinds without one obvious
+// Foundation class, for one caller (the UI host's typed data).
+using TypedDataWriter = id(const Value& value);
 // The Foundation object of a value: NSNull, NSNumber (booleans as the
-// CFBoolean singletons), NSString, NSData for bytes, NSArray of NSNumber for
-// the numeric lists, NSArray and NSDictionary.
-id toObjC(const Value& value);
+// CFBoolean singletons, int32 as int, int64 as long long), NSString, bytes
+// and numeric lists by `typedData` (by default NSData for bytes and NSArray
+// of NSNumber for the numeric lists), NSArray, and NSDictionary whose keys
+// are retained rather than copied, so that keys of any kind (typed data is
+// not NSCopying) are kept as they are.
+id toObjC(const Value& value, TypedDataWriter* _Nullable typedData = nullptr);
 // The string-keyed entries of a map; other keys are left out.
 NSDictionary<NSString*, id>* toStringKeyedDictionary(const ValueMap& map);
 

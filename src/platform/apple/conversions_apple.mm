@@ -7,6 +7,8 @@
 #include <type_traits>
 #include <variant>
 
+NS_ASSUME_NONNULL_BEGIN
+
 namespace movaro::platform::apple {
 namespace {
 
@@ -26,6 +28,13 @@ NSArray<NSNumber*>* numberArray(const std::vector<T>& numbers) {
     }
   }
   return array;
+}
+
+// A mutable dictionary that retains its keys instead of copying them.
+NSMutableDictionary* retainingDictionary() {
+  return (__bridge_transfer NSMutableDictionary*)CFDictionaryCreateMutable(
+      kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+      &kCFTypeDictionaryValueCallBacks);
 }
 
 }  // namespace
@@ -95,7 +104,12 @@ Value toValue(NSNumber* number) {
   return Value(static_cast<int64_t>(integer));
 }
 
-Value toValue(id _Nullable object) {
+Value toValue(id _Nullable object, ObjectReader* _Nullable special) {
+  if (special) {
+    if (std::optional<Value> read = special(object)) {
+      return *read;
+    }
+  }
   if ([object isKindOfClass:[NSNumber class]]) {
     return toValue(static_cast<NSNumber*>(object));
   }
@@ -108,7 +122,7 @@ Value toValue(id _Nullable object) {
   if ([object isKindOfClass:[NSArray class]]) {
     ValueList list;
     for (id element in static_cast<NSArray*>(object)) {
-      list.push_back(toValue(element));
+      list.push_back(toValue(element, special));
     }
     return Value(std::move(list));
   }
@@ -117,7 +131,8 @@ Value toValue(id _Nullable object) {
     ValueMap::Entries entries;
     entries.reserve(dictionary.count);
     for (id key in dictionary) {
-      entries.emplace_back(toValue(key), toValue(dictionary[key]));
+      entries.emplace_back(toValue(key, special),
+                           toValue(dictionary[key], special));
     }
     return Value(ValueMap::fromEntries(std::move(entries)));
   }
@@ -134,9 +149,9 @@ ValueMap toStringKeyedMap(NSDictionary* _Nullable dictionary) {
   return ValueMap::fromEntries(std::move(entries));
 }
 
-id toObjC(const Value& value) {
+id toObjC(const Value& value, TypedDataWriter* _Nullable typedData) {
   return std::visit(
-      [](const auto& content) -> id {
+      [&value, typedData](const auto& content) -> id {
         using T = std::decay_t<decltype(content)>;
         if constexpr (std::is_same_v<T, std::monostate>) {
           return [NSNull null];
@@ -150,22 +165,26 @@ id toObjC(const Value& value) {
           return [NSNumber numberWithDouble:content];
         } else if constexpr (std::is_same_v<T, std::string>) {
           return toNSString(content);
-        } else if constexpr (std::is_same_v<T, std::vector<uint8_t>>) {
-          return toNSData(content);
         } else if constexpr (std::is_same_v<T, ValueList>) {
           NSMutableArray* array =
               [NSMutableArray arrayWithCapacity:content.size()];
           for (const Value& element : content) {
-            [array addObject:toObjC(element)];
+            [array addObject:toObjC(element, typedData)];
           }
           return array;
         } else if constexpr (std::is_same_v<T, ValueMap>) {
-          NSMutableDictionary* dictionary =
-              [NSMutableDictionary dictionaryWithCapacity:content.size()];
+          NSMutableDictionary* dictionary = retainingDictionary();
           for (const auto& [key, element] : content) {
-            dictionary[toObjC(key)] = toObjC(element);
+            CFDictionarySetValue(
+                (__bridge CFMutableDictionaryRef)dictionary,
+                (__bridge const void*)toObjC(key, typedData),
+                (__bridge const void*)toObjC(element, typedData));
           }
           return dictionary;
+        } else if (typedData) {
+          return typedData(value);
+        } else if constexpr (std::is_same_v<T, std::vector<uint8_t>>) {
+          return toNSData(content);
         } else {
           return numberArray(content);
         }
@@ -221,3 +240,5 @@ NSDate* toNSDate(WallTime time) {
 }
 
 }  // namespace movaro::platform::apple
+
+NS_ASSUME_NONNULL_END

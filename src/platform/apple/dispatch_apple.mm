@@ -22,6 +22,11 @@ class AppleDispatch : public Dispatch {
 
   void post(Task task) override { deliverOnMain(std::move(task)); }
 
+  // The main dispatch queue lives as long as the process.
+  MainQueue mainQueue() override {
+    return [](Task task) { deliverOnMain(std::move(task)); };
+  }
+
   TimerHandle postAfter(Duration delay, Task task) override {
     auto state = std::make_shared<TimerHandle::State>();
     // Held through a pointer so that the task and what it holds are
@@ -31,7 +36,7 @@ class AppleDispatch : public Dispatch {
                    dispatch_get_main_queue(), ^{
                      Task run = std::move(*pending);
                      if (!state->cancelled && run) {
-                       run();
+                       guarded(run);
                      }
                    });
     return TimerHandle(state);
@@ -55,7 +60,7 @@ class AppleDispatch : public Dispatch {
 
 void deliverOnMain(std::function<void()> task) {
   dispatch_async(dispatch_get_main_queue(), ^{
-    task();
+    guarded(task);
   });
 }
 

@@ -13,8 +13,10 @@ namespace {
 
 class AppleWireGuardKeys : public WireGuardKeys {
  public:
-  Key generatePrivateKey() override { return platform::generatePrivateKey(); }
-  Key publicKey(const Key& privateKey) override {
+  std::optional<Key> generatePrivateKey() override {
+    return platform::generatePrivateKey();
+  }
+  std::optional<Key> publicKey(const Key& privateKey) override {
     return platform::publicKeyFor(privateKey);
   }
 };

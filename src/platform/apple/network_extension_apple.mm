@@ -1,8 +1,9 @@
 // NetworkExtension: NETunnelProviderManager profiles, their connection (a
 // NETunnelProviderSession for tunnel-provider profiles) and the
 // NEVPNStatusDidChangeNotification observation. Completions of profile loads
-// and saves and of the last-disconnect error are moved to the main queue;
-// provider replies are handed on from whatever queue they arrive on.
+// and saves and of the last-disconnect error are moved to the main queue
+// and released there; provider replies are handed on from whatever queue
+// they arrive on. No exception leaves a block.
 #include "platform/network_extension.h"
 
 #import <Foundation/Foundation.h>
@@ -10,6 +11,8 @@
 
 #include "platform/apple/adapters_apple.h"
 #include "platform/apple/conversions_apple.h"
+
+NS_ASSUME_NONNULL_BEGIN
 
 namespace movaro::platform::apple {
 namespace {
@@ -19,9 +22,10 @@ using ErrorBlock = void (^)(NSError* _Nullable error);
 // The framework's completion handler, converting on its queue and
 // delivering on the main queue.
 ErrorBlock deliverError(ErrorCompletion completion) {
+  MainQueueCompletion<const MaybeError&> onMain =
+      onMainQueue(std::move(completion));
   return ^(NSError* _Nullable error) {
-    MaybeError result = toMaybeError(error);
-    deliverOnMain([completion, result] { completion(result); });
+    guarded([&] { onMain(toMaybeError(error)); });
   };
 }
 
@@ -53,7 +57,7 @@ class AppleConnection : public TunnelConnection {
           fetchLastDisconnectErrorWithCompletionHandler:deliverError(
                                                             completion)];
     } else {
-      deliverOnMain([completion] { completion(std::nullopt); });
+      onMainQueue(std::move(completion))(std::nullopt);
     }
   }
 
@@ -78,8 +82,10 @@ class AppleConnection : public TunnelConnection {
         sendProviderMessage:toNSData(message)
                 returnError:&error
             responseHandler:^(NSData* _Nullable reply) {
-              responseHandler(reply ? std::optional<Bytes>(toBytes(reply))
-                                    : std::nullopt);
+              guarded([&] {
+                responseHandler(reply ? std::optional<Bytes>(toBytes(reply))
+                                      : std::nullopt);
+              });
             }];
     return sent ? std::nullopt : MaybeError(toPlatformError(error));
   }
@@ -214,10 +220,13 @@ class AppleProfile : public TunnelProfile {
   std::shared_ptr<AppleConnection> connection_;
 };
 
+// Removes the observation when destroyed.
 class AppleObserverToken : public ObserverToken {
  public:
   explicit AppleObserverToken(id<NSObject> observer) : observer_(observer) {}
-  id<NSObject> observer() const { return observer_; }
+  ~AppleObserverToken() override {
+    [NSNotificationCenter.defaultCenter removeObserver:observer_];
+  }
 
  private:
   id<NSObject> observer_;
@@ -228,21 +237,22 @@ class AppleNetworkExtension : public NetworkExtension {
   void loadAllFromPreferences(
       std::function<void(const std::optional<TunnelProfiles>& profiles,
                          const MaybeError& error)> completion) override {
+    auto onMain = onMainQueue(std::move(completion));
     [NETunnelProviderManager
         loadAllFromPreferencesWithCompletionHandler:^(
             NSArray<NETunnelProviderManager*>* _Nullable managers,
             NSError* _Nullable error) {
-          // No saved profile arrives as nil managers without an error.
-          const MaybeError failure = toMaybeError(error);
-          std::optional<TunnelProfiles> profiles;
-          if (!failure) {
-            profiles.emplace();
-            for (NETunnelProviderManager* manager in managers) {
-              profiles->push_back(std::make_shared<AppleProfile>(manager));
+          guarded([&] {
+            // No saved profile arrives as nil managers without an error.
+            const MaybeError failure = toMaybeError(error);
+            std::optional<TunnelProfiles> profiles;
+            if (!failure) {
+              profiles.emplace();
+              for (NETunnelProviderManager* manager in managers) {
+                profiles->push_back(std::make_shared<AppleProfile>(manager));
+              }
             }
-          }
-          deliverOnMain([completion, profiles, failure] {
-            completion(profiles, failure);
+            onMain(profiles, failure);
           });
         }];
   }
@@ -261,16 +271,9 @@ class AppleNetworkExtension : public NetworkExtension {
                     object:apple ? apple->object() : nil
                      queue:NSOperationQueue.mainQueue
                 usingBlock:^(NSNotification*) {
-                  block();
+                  guarded(block);
                 }];
     return std::make_shared<AppleObserverToken>(observer);
-  }
-
-  void removeObserver(const std::shared_ptr<ObserverToken>& token) override {
-    if (const auto* apple =
-            dynamic_cast<const AppleObserverToken*>(token.get())) {
-      [NSNotificationCenter.defaultCenter removeObserver:apple->observer()];
-    }
   }
 };
 
@@ -281,3 +284,5 @@ std::unique_ptr<NetworkExtension> makeNetworkExtension() {
 }
 
 }  // namespace movaro::platform::apple
+
+NS_ASSUME_NONNULL_END

@@ -85,50 +85,61 @@ using movaro::platform::apple::AppleActivationRequest;
                         request:(OSSystemExtensionRequest*)request
     actionForReplacingExtension:(OSSystemExtensionProperties*)existing
                   withExtension:(OSSystemExtensionProperties*)ext {
-  std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
-  std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
-  // A request nobody waits for any more is not worth a replacement.
-  if (!wrapper || !delegate) {
-    return OSSystemExtensionReplacementActionCancel;
-  }
-  const movaro::platform::ReplacementAction action =
-      delegate->actionForReplacingExtension(
-          *wrapper, movaro::platform::apple::toExtensionProperties(existing),
-          movaro::platform::apple::toExtensionProperties(ext));
-  return action == movaro::platform::ReplacementAction::kReplace
-             ? OSSystemExtensionReplacementActionReplace
-             : OSSystemExtensionReplacementActionCancel;
+  return movaro::platform::apple::guarded(
+      OSSystemExtensionReplacementActionCancel,
+      [&]() -> OSSystemExtensionReplacementAction {
+        std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
+        std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
+        // A request nobody waits for any more is not worth a replacement.
+        if (!wrapper || !delegate) {
+          return OSSystemExtensionReplacementActionCancel;
+        }
+        const movaro::platform::ReplacementAction action =
+            delegate->actionForReplacingExtension(
+                *wrapper,
+                movaro::platform::apple::toExtensionProperties(existing),
+                movaro::platform::apple::toExtensionProperties(ext));
+        return action == movaro::platform::ReplacementAction::kReplace
+                   ? OSSystemExtensionReplacementActionReplace
+                   : OSSystemExtensionReplacementActionCancel;
+      });
 }
 
 - (void)requestNeedsUserApproval:(OSSystemExtensionRequest*)request {
-  std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
-  if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
-      wrapper && delegate) {
-    delegate->requestNeedsUserApproval(*wrapper);
-  }
+  movaro::platform::apple::guarded([&] {
+    std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
+    if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
+        wrapper && delegate) {
+      delegate->requestNeedsUserApproval(*wrapper);
+    }
+  });
 }
 
 - (void)request:(OSSystemExtensionRequest*)request
     didFinishWithResult:(OSSystemExtensionRequestResult)result {
-  std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
-  if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
-      wrapper && delegate) {
-    delegate->requestDidFinish(
-        *wrapper,
-        result == OSSystemExtensionRequestWillCompleteAfterReboot
-            ? movaro::platform::ActivationResult::kWillCompleteAfterReboot
-            : movaro::platform::ActivationResult::kCompleted);
-  }
+  movaro::platform::apple::guarded([&] {
+    std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
+    if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
+        wrapper && delegate) {
+      delegate->requestDidFinish(
+          *wrapper,
+          result == OSSystemExtensionRequestWillCompleteAfterReboot
+              ? movaro::platform::ActivationResult::kWillCompleteAfterReboot
+              : movaro::platform::ActivationResult::kCompleted);
+    }
+  });
 }
 
 - (void)request:(OSSystemExtensionRequest*)request
     didFailWithError:(NSError*)error {
-  std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
-  if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
-      wrapper && delegate) {
-    delegate->requestDidFail(*wrapper,
-                             movaro::platform::apple::toPlatformError(error));
-  }
+  movaro::platform::apple::guarded([&] {
+    std::shared_ptr<ActivationRequest> wrapper = [self wrapperOf:request];
+    if (std::shared_ptr<ActivationRequestDelegate> delegate = _delegate.lock();
+        wrapper && delegate) {
+      delegate->requestDidFail(*wrapper,
+                               movaro::platform::apple::toPlatformError(error));
+    }
+  });
 }
 
 @end

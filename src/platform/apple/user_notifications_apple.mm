@@ -40,7 +40,8 @@ class AppleNotificationCenter : public NotificationCenter {
                                             flags)
                       completionHandler:^(BOOL granted,
                                           NSError* _Nullable error) {
-                        completion(granted, toMaybeError(error));
+                        guarded(
+                            [&] { completion(granted, toMaybeError(error)); });
                       }];
   }
 
@@ -66,7 +67,7 @@ class AppleNotificationCenter : public NotificationCenter {
                                                  content:content
                                                  trigger:trigger]
          withCompletionHandler:^(NSError* _Nullable error) {
-           completion(toMaybeError(error));
+           guarded([&] { completion(toMaybeError(error)); });
          }];
   }
 };

@@ -42,11 +42,13 @@ using movaro::platform::LocationManagerDelegate;
 }
 
 - (void)locationManagerDidChangeAuthorization:(CLLocationManager*)manager {
-  std::shared_ptr<LocationManager> wrapper = _wrapper.lock();
-  std::shared_ptr<LocationManagerDelegate> delegate = _delegate.lock();
-  if (wrapper && delegate && manager == _manager) {
-    delegate->locationManagerDidChangeAuthorization(*wrapper);
-  }
+  movaro::platform::apple::guarded([&] {
+    std::shared_ptr<LocationManager> wrapper = _wrapper.lock();
+    std::shared_ptr<LocationManagerDelegate> delegate = _delegate.lock();
+    if (wrapper && delegate && manager == _manager) {
+      delegate->locationManagerDidChangeAuthorization(*wrapper);
+    }
+  });
 }
 
 @end

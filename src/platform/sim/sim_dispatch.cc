@@ -3,7 +3,23 @@
 namespace movaro::sim {
 
 SimDispatch::SimDispatch(WallTime wallStart, uint64_t maxRunsPerIdle)
-    : wallStart_(wallStart), maxRuns_(maxRunsPerIdle) {}
+    : wallStart_(wallStart), maxRuns_(maxRunsPerIdle) {
+  gate_->dispatch = this;
+}
+
+SimDispatch::~SimDispatch() {
+  std::lock_guard<std::mutex> lock(gate_->mutex);
+  gate_->dispatch = nullptr;
+}
+
+platform::MainQueue SimDispatch::mainQueue() {
+  return [gate = gate_](Task task) {
+    std::lock_guard<std::mutex> lock(gate->mutex);
+    if (gate->dispatch) {
+      gate->dispatch->post(std::move(task));
+    }
+  };
+}
 
 SimDispatch::Key SimDispatch::enqueue(Duration due, Entry entry) {
   std::lock_guard<std::mutex> lock(mutex_);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -27,8 +28,13 @@ class SimDispatch : public platform::Dispatch {
 
   explicit SimDispatch(WallTime wallStart,
                        uint64_t maxRunsPerIdle = kMaxRunsPerIdle);
+  ~SimDispatch() override;
+  SimDispatch(const SimDispatch&) = delete;
+  SimDispatch& operator=(const SimDispatch&) = delete;
 
   void post(Task task) override;
+  // Posts here while this object lives; nothing once it is gone.
+  platform::MainQueue mainQueue() override;
   TimerHandle postAfter(Duration delay, Task task) override;
   WallTime now() const override;
   MonotonicTime monotonicNow() const override;
@@ -59,6 +65,13 @@ class SimDispatch : public platform::Dispatch {
   // Runs every entry due by the limit, in order; false when it stalled.
   bool runDue(Duration limit);
 
+  // What mainQueue() copies hold: this object until it is destroyed.
+  struct Gate {
+    std::mutex mutex;
+    SimDispatch* dispatch = nullptr;
+  };
+
+  const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
   const WallTime wallStart_;
   const uint64_t maxRuns_;
   mutable std::mutex mutex_;

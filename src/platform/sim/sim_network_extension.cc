@@ -1,5 +1,7 @@
 #include "platform/sim/sim_network_extension.h"
 
+#include <thread>
+
 #include "bridge/arguments.h"
 
 namespace movaro::sim {
@@ -82,7 +84,27 @@ std::vector<OnDemandRule> rulesFromValue(const Value* value) {
   return rules;
 }
 
-class SimObserverToken : public platform::ObserverToken {};
+// Removes its observer when destroyed, as the notification centre's token
+// does on macOS.
+class SimObserverToken : public platform::ObserverToken {
+ public:
+  explicit SimObserverToken(
+      std::weak_ptr<SimNetworkExtension::Observers> observers)
+      : observers_(std::move(observers)) {}
+  ~SimObserverToken() override {
+    if (auto observers = observers_.lock()) {
+      if (std::this_thread::get_id() != madeOn_) {
+        ++observers->removedOffThread;
+      }
+      std::erase_if(observers->list,
+                    [this](const auto& o) { return o.token == this; });
+    }
+  }
+
+ private:
+  std::weak_ptr<SimNetworkExtension::Observers> observers_;
+  const std::thread::id madeOn_ = std::this_thread::get_id();
+};
 
 }  // namespace
 
@@ -261,17 +283,11 @@ std::shared_ptr<platform::TunnelProfile> SimNetworkExtension::makeProfile() {
 std::shared_ptr<platform::ObserverToken> SimNetworkExtension::addStatusObserver(
     const std::shared_ptr<platform::TunnelConnection>& connection,
     std::function<void()> block) {
-  auto token = std::make_shared<SimObserverToken>();
-  observers_.push_back(
-      Observer{token, dynamic_cast<const SimConnection*>(connection.get()),
-               std::move(block)});
+  auto token = std::make_shared<SimObserverToken>(observers_);
+  observers_->list.push_back(Observer{
+      token.get(), dynamic_cast<const SimConnection*>(connection.get()),
+      std::move(block)});
   return token;
-}
-
-void SimNetworkExtension::removeObserver(
-    const std::shared_ptr<platform::ObserverToken>& token) {
-  std::erase_if(observers_,
-                [&token](const Observer& o) { return o.token == token; });
 }
 
 SavedProfile& SimNetworkExtension::addSavedProfile(ProfileFields fields) {
@@ -316,7 +332,7 @@ MaybeError SimNetworkExtension::takeFailure(const std::string& operation) {
 }
 
 void SimNetworkExtension::notifyStatus(const SimConnection& connection) {
-  for (const Observer& observer : observers_) {
+  for (const Observer& observer : observers_->list) {
     if (observer.connection == &connection) {
       dispatch_.post(observer.block);
     }

@@ -3,6 +3,8 @@
 #ifndef MOVARO_PLATFORM_SIM_SIM_NETWORK_EXTENSION_H_
 #define MOVARO_PLATFORM_SIM_SIM_NETWORK_EXTENSION_H_
 
+#include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -150,11 +152,10 @@ class SimNetworkExtension : public platform::NetworkExtension {
       std::function<void(const std::optional<platform::TunnelProfiles>&,
                          const platform::MaybeError&)> completion) override;
   std::shared_ptr<platform::TunnelProfile> makeProfile() override;
+  // The token removes the observer when it is destroyed.
   std::shared_ptr<platform::ObserverToken> addStatusObserver(
       const std::shared_ptr<platform::TunnelConnection>& connection,
       std::function<void()> block) override;
-  void removeObserver(
-      const std::shared_ptr<platform::ObserverToken>& token) override;
 
   // Scripting and observation.
   SavedProfile& addSavedProfile(ProfileFields fields);
@@ -162,7 +163,20 @@ class SimNetworkExtension : public platform::NetworkExtension {
   // The first saved profile whose provider bundle identifier matches.
   SavedProfile* savedProfileFor(const std::string& providerIdentifier);
   std::vector<SavedProfile>& saved() { return saved_; }
-  size_t observerCount() const { return observers_.size(); }
+  size_t observerCount() const { return observers_->list.size(); }
+  // Observer tokens destroyed on another thread than the one that made them
+  // (the main queue's): their owner, a plugin, died there.
+  int observersRemovedOffThread() const { return observers_->removedOffThread; }
+
+  struct Observer {
+    const platform::ObserverToken* token;
+    const SimConnection* connection;
+    std::function<void()> block;
+  };
+  struct Observers {
+    std::vector<Observer> list;
+    std::atomic<int> removedOffThread{0};
+  };
 
   // Operations that can fail: "loadAll", "save", "reload", "start".
   std::map<std::string, ScriptedFailure> failures;
@@ -188,17 +202,12 @@ class SimNetworkExtension : public platform::NetworkExtension {
                const std::shared_ptr<SimConnection>& connection);
 
  private:
-  struct Observer {
-    std::shared_ptr<platform::ObserverToken> token;
-    const SimConnection* connection;
-    std::function<void()> block;
-  };
-
   SimDispatch& dispatch_;
   OsLog& log_;
   int64_t nextId_ = 1;
   std::vector<SavedProfile> saved_;
-  std::vector<Observer> observers_;
+  // Shared with the tokens, which may outlive this object.
+  std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
 };
 
 }  // namespace movaro::sim

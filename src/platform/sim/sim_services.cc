@@ -1,5 +1,7 @@
 #include "platform/sim/sim_services.h"
 
+#include <stdexcept>
+
 #include "platform/wireguard/x25519_keys.h"
 
 namespace movaro::sim {
@@ -158,11 +160,18 @@ void SimNotificationCenter::joinCallbacks() {
   }
 }
 
-platform::Key SimKeys::generatePrivateKey() {
+std::optional<platform::Key> SimKeys::generatePrivateKey() {
+  if (source == Source::kThrowing) {
+    throw std::runtime_error("the random source broke");
+  }
+  if (source == Source::kFailing) {
+    return std::nullopt;
+  }
   return platform::generatePrivateKey();
 }
 
-platform::Key SimKeys::publicKey(const platform::Key& privateKey) {
+std::optional<platform::Key> SimKeys::publicKey(
+    const platform::Key& privateKey) {
   return platform::publicKeyFor(privateKey);
 }
 

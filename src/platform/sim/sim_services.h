@@ -129,8 +129,14 @@ class SimNotificationCenter : public platform::NotificationCenter {
 // Real X25519 keys from the system's random source.
 class SimKeys : public platform::WireGuardKeys {
  public:
-  platform::Key generatePrivateKey() override;
-  platform::Key publicKey(const platform::Key& privateKey) override;
+  std::optional<platform::Key> generatePrivateKey() override;
+  std::optional<platform::Key> publicKey(
+      const platform::Key& privateKey) override;
+
+  // Scripting: a working random source, one that fails, or one that breaks
+  // the seam's contract by throwing.
+  enum class Source { kWorking, kFailing, kThrowing };
+  Source source = Source::kWorking;
 };
 
 }  // namespace movaro::sim

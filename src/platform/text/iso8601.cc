@@ -6,7 +6,7 @@ namespace movaro::platform {
 namespace {
 
 using std::chrono::seconds;
-using Clock = std::chrono::system_clock;
+using Instant = std::chrono::sys_time<std::chrono::nanoseconds>;
 
 constexpr int kMaxOffsetMinutes = 18 * 60;
 constexpr int kNanosecondDigits = 9;
@@ -103,9 +103,8 @@ class Reader {
 
 }  // namespace
 
-std::optional<Clock::time_point> parseInternetDateTime(
-    std::string_view text,
-    bool withFractionalSeconds) {
+std::optional<Instant> parseInternetDateTime(std::string_view text,
+                                             bool withFractionalSeconds) {
   Reader reader(text);
   int year, month, day, hour, minute, second;
   if (!reader.digits(4, year) || !reader.literal('-') ||
@@ -146,15 +145,14 @@ std::optional<Clock::time_point> parseInternetDateTime(
                              std::chrono::minutes(minute) + seconds(second) -
                              std::chrono::minutes(offsetMinutes);
   // The fraction adds less than a second, hence the strict upper bound.
-  const seconds latest = std::chrono::floor<seconds>(Clock::duration::max());
-  const seconds earliest = std::chrono::ceil<seconds>(Clock::duration::min());
+  const seconds latest = std::chrono::floor<seconds>(Instant::duration::max());
+  const seconds earliest = std::chrono::ceil<seconds>(Instant::duration::min());
   if (sinceEpoch < earliest || sinceEpoch >= latest) {
     return std::nullopt;
   }
-  return Clock::time_point(
-      std::chrono::duration_cast<Clock::duration>(sinceEpoch) +
-      std::chrono::duration_cast<Clock::duration>(
-          std::chrono::nanoseconds(nanoseconds)));
+  return Instant(std::chrono::duration_cast<Instant::duration>(sinceEpoch) +
+                 std::chrono::duration_cast<Instant::duration>(
+                     std::chrono::nanoseconds(nanoseconds)));
 }
 
 }  // namespace movaro::platform

@@ -34,9 +34,9 @@ namespace movaro::platform {
 
 // The instant written in `text`, or nothing when it is not an internet
 // date-time of the chosen form (see above).
-std::optional<std::chrono::system_clock::time_point> parseInternetDateTime(
-    std::string_view text,
-    bool withFractionalSeconds);
+// Nanoseconds, whatever tick the C++ library gives the system clock.
+std::optional<std::chrono::sys_time<std::chrono::nanoseconds>>
+parseInternetDateTime(std::string_view text, bool withFractionalSeconds);
 
 }  // namespace movaro::platform
 

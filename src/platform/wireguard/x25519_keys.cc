@@ -1,10 +1,17 @@
 #include "platform/wireguard/x25519_keys.h"
 
+// OpenSSL-Universal ships OpenSSL.framework, whose headers are spelt
+// <OpenSSL/...>; the lower-case spelling finds them only on a
+// case-insensitive volume. Debian's package has <openssl/...>.
+#if __has_include(<OpenSSL/evp.h>)
+#include <OpenSSL/evp.h>
+#include <OpenSSL/rand.h>
+#else
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+#endif
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -22,10 +29,10 @@ constexpr size_t kBase64ChunkBytes = 3 * 256;
 
 }  // namespace
 
-Key generatePrivateKey() {
+std::optional<Key> generatePrivateKey() {
   Key key{};
   if (RAND_bytes(key.data(), static_cast<int>(key.size())) != 1) {
-    std::abort();
+    return std::nullopt;
   }
   key[0] &= 248;
   key[31] &= 127;
@@ -33,7 +40,7 @@ Key generatePrivateKey() {
   return key;
 }
 
-Key publicKeyFor(const Key& privateKey) {
+std::optional<Key> publicKeyFor(const Key& privateKey) {
   PkeyPtr pkey(EVP_PKEY_new_raw_private_key(
       EVP_PKEY_X25519, nullptr, privateKey.data(), privateKey.size()));
   Key publicKey{};
@@ -43,7 +50,7 @@ Key publicKeyFor(const Key& privateKey) {
   if (!pkey ||
       EVP_PKEY_get_raw_public_key(pkey.get(), publicKey.data(), &length) != 1 ||
       length != publicKey.size()) {
-    std::abort();
+    return std::nullopt;
   }
   return publicKey;
 }

@@ -17,14 +17,15 @@ namespace movaro::platform {
 // 32 bytes from the system's cryptographically secure random source,
 // clamped the way WireGuard's own tools clamp a fresh key: the low three
 // bits of the first byte cleared, the top bit of the last byte cleared and
-// the bit below it set. A random source that fails ends the process: a
-// predictable key is never handed out.
-Key generatePrivateKey();
+// the bit below it set. Nothing when the random source fails: a predictable
+// key is never handed out.
+std::optional<Key> generatePrivateKey();
 
 // The X25519 public key of a private key (the scalar product with the base
 // point 9). Any 32 bytes are a valid private key; clamping is part of the
 // function, so clamped and unclamped forms give the same public key.
-Key publicKeyFor(const Key& privateKey);
+// Nothing when OpenSSL cannot compute it (out of memory).
+std::optional<Key> publicKeyFor(const Key& privateKey);
 
 // Standard base64 (RFC 4648 section 4) with padding; a 32-byte key gives
 // 44 characters.

@@ -97,13 +97,13 @@ TEST(X25519KeysTest, KeyTextIs44Characters) {
   Key alice = keyFromHex(kRfc7748Vectors[0].privateHex);
   EXPECT_EQ(base64Encode(alice),
             "dwdtCnMYpX08FsFyUbJmRd9ML4frwJkqsXf7pR25LCo=");
-  EXPECT_EQ(base64Encode(publicKeyFor(alice)),
+  EXPECT_EQ(base64Encode(publicKeyFor(alice).value()),
             "hSDwCYkwp1R0i33ctD73Wg2/Og0mOBr066SpjqqbTmo=");
 }
 
 TEST(X25519KeysTest, GeneratedKeysAreClamped) {
   for (int i = 0; i < 64; ++i) {
-    Key key = generatePrivateKey();
+    Key key = generatePrivateKey().value();
     EXPECT_EQ(key[0] & 7, 0);
     EXPECT_EQ(key[31] & 0x80, 0);
     EXPECT_EQ(key[31] & 0x40, 0x40);
@@ -111,8 +111,8 @@ TEST(X25519KeysTest, GeneratedKeysAreClamped) {
 }
 
 TEST(X25519KeysTest, GeneratedKeysDiffer) {
-  Key first = generatePrivateKey();
-  Key second = generatePrivateKey();
+  Key first = generatePrivateKey().value();
+  Key second = generatePrivateKey().value();
   EXPECT_NE(first, second);
   EXPECT_NE(publicKeyFor(first), publicKeyFor(second));
   EXPECT_NE(first, Key{});
@@ -141,14 +141,14 @@ TEST(X25519KeysTest, WireGuardToolsDeriveTheSamePublicKey) {
     GTEST_SKIP() << "wireguard-tools (/usr/bin/wg) is not installed";
   }
   for (int i = 0; i < 4; ++i) {
-    Key privateKey = generatePrivateKey();
+    Key privateKey = generatePrivateKey().value();
     EXPECT_EQ(wgPubkey(base64Encode(privateKey)),
-              base64Encode(publicKeyFor(privateKey)) + "\n");
+              base64Encode(publicKeyFor(privateKey).value()) + "\n");
   }
   // And an unclamped key, which the tool clamps as we do.
   Key alice = keyFromHex(kRfc7748Vectors[0].privateHex);
   EXPECT_EQ(wgPubkey(base64Encode(alice)),
-            base64Encode(publicKeyFor(alice)) + "\n");
+            base64Encode(publicKeyFor(alice).value()) + "\n");
 }
 
 }  // namespace

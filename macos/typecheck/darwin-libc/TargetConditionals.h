@@ -1,0 +1,10 @@
+// Type-checking only: the SDK's target conditionals for macOS (see
+// README.md).
+#ifndef MOVARO_TYPECHECK_TARGET_CONDITIONALS_H_
+#define MOVARO_TYPECHECK_TARGET_CONDITIONALS_H_
+#define TARGET_OS_MAC 1
+#define TARGET_OS_OSX 1
+#define TARGET_OS_IPHONE 0
+#define TARGET_OS_IOS 0
+#define TARGET_OS_SIMULATOR 0
+#endif  // MOVARO_TYPECHECK_TARGET_CONDITIONALS_H_
