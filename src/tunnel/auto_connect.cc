@@ -89,4 +89,18 @@ void MovaroPlatformPlugin::locationManagerDidChangeAuthorization(
   waiting->success(ssid ? Value(*ssid) : Value());
 }
 
+void MovaroPlatformPlugin::getAutoConnectPolicy(const Reply& result) {
+  loadManager([result](MovaroPlatformPlugin& self, bool loaded) {
+    if (!loaded || !self.tunnelManager) {
+      result->error("LOAD_FAILED", "Unable to load VPN settings");
+      return;
+    }
+    result->success(
+        dict({{"enabled", self.tunnelManager->isOnDemandEnabled()},
+              {"trustedWifiSsids", toValueList(self.storedTrustedWifiSsids())},
+              {"hasCachedConfig",
+               self.tunnelManager->protocolConfiguration().has_value()}}));
+  });
+}
+
 }  // namespace movaro

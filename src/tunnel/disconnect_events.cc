@@ -61,4 +61,15 @@ std::optional<PluginError> MovaroPlatformPlugin::onCancel(
   return std::nullopt;
 }
 
+void MovaroPlatformPlugin::disconnect(const Reply& result) {
+  // A connect still waiting for the extension is abandoned first; the
+  // activation request itself stays submitted.
+  ExtensionCompletion waiting = std::move(pendingExtensionCompletion);
+  pendingExtensionCompletion = nullptr;
+  if (waiting) {
+    waiting(PluginError{"CONNECT_CANCELED", "The connection was canceled."});
+  }
+  disconnectTunnel(result);
+}
+
 }  // namespace movaro

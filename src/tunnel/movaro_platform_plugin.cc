@@ -7,12 +7,6 @@
 #include "tunnel/trusted_wifi.h"
 
 namespace movaro {
-namespace {
-
-const PluginError kNoConfig{"NO_CONFIG", "No configuration provided"};
-
-}  // namespace
-
 void MovaroPlatformPlugin::registerWith(Registrar& registrar,
                                         const platform::Services& services) {
   MethodChannel meshChannel(registrar.messenger(), DesktopMeshPlugin::kChannel);
@@ -79,83 +73,6 @@ void MovaroPlatformPlugin::handle(const MethodCall& call, const Reply& result) {
   } else {
     result->notImplemented();
   }
-}
-
-void MovaroPlatformPlugin::pushConfig(const Arguments& args,
-                                      const Reply& result) {
-  std::optional<std::string> config = args.string("config");
-  if (!config || platform::trimWhitespaceAndNewlines(*config).empty()) {
-    result->error(kNoConfig);
-    return;
-  }
-  // Stored as received: the text is trimmed only to judge it blank.
-  cachedConfig = *config;
-  result->success(true);
-}
-
-void MovaroPlatformPlugin::connect(const Arguments& args, const Reply& result) {
-  std::optional<std::string> config;
-  if (!args.empty()) {
-    config = args.string("config");
-  }
-  if (!config) {
-    config = cachedConfig;
-  }
-  if (!config) {
-    result->error(kNoConfig);
-    return;
-  }
-  // Not trimmed here: blank text is the parser's to judge.
-  cachedConfig = config;
-  std::string verificationUrl = args.string("verificationUrl").value_or("");
-  bool splitTunnelEnabled = args.boolean("splitTunnelEnabled").value_or(false);
-  Value arguments = args.map();
-  // Called by this plugin itself, at once or from an extension callback.
-  activateTunnelExtension(
-      result,
-      platform::onMain(
-          platform::kDeliveredOnMain, weak_from_this(),
-          [configText = *config, arguments, verificationUrl, splitTunnelEnabled,
-           result](MovaroPlatformPlugin& self,
-                   const std::optional<PluginError>& error) {
-            if (error) {
-              result->error(*error);
-              return;
-            }
-            self.continueConnect(configText, arguments, verificationUrl,
-                                 splitTunnelEnabled, result);
-          }));
-}
-
-void MovaroPlatformPlugin::disconnect(const Reply& result) {
-  // A connect still waiting for the extension is abandoned first; the
-  // activation request itself stays submitted.
-  ExtensionCompletion waiting = std::move(pendingExtensionCompletion);
-  pendingExtensionCompletion = nullptr;
-  if (waiting) {
-    waiting(PluginError{"CONNECT_CANCELED", "The connection was canceled."});
-  }
-  disconnectTunnel(result);
-}
-
-void MovaroPlatformPlugin::prepare(const Reply& result) {
-  loadManager([result](MovaroPlatformPlugin& /*self*/, bool loaded) {
-    result->success(loaded);
-  });
-}
-
-void MovaroPlatformPlugin::getAutoConnectPolicy(const Reply& result) {
-  loadManager([result](MovaroPlatformPlugin& self, bool loaded) {
-    if (!loaded || !self.tunnelManager) {
-      result->error("LOAD_FAILED", "Unable to load VPN settings");
-      return;
-    }
-    result->success(
-        dict({{"enabled", self.tunnelManager->isOnDemandEnabled()},
-              {"trustedWifiSsids", toValueList(self.storedTrustedWifiSsids())},
-              {"hasCachedConfig",
-               self.tunnelManager->protocolConfiguration().has_value()}}));
-  });
 }
 
 std::string MovaroPlatformPlugin::extensionIdentifier() const {

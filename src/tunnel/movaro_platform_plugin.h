@@ -82,19 +82,16 @@ class MovaroPlatformPlugin
   bool hasSavedConfigurationForTesting() const { return hasSavedConfiguration; }
 
  private:
-  // Dispatcher rows answered in full here.
-  void pushConfig(const Arguments& args, const Reply& result);
-  void connect(const Arguments& args, const Reply& result);
-  void disconnect(const Reply& result);
+  // Platform facts and settings panes (platform_info.cc).
   void getPlatformVersion(const Reply& result);
   void getAppInfo(const Reply& result);
   void generateKeyPair(const Reply& result);
   void openVpnSettings(const Reply& result);
-  void openDesktopStartupSettings(const Reply& result);
+
+  // Launch at login (launch_at_login.cc).
   void desktopStartup(bool ensure, const Reply& result);
   void configureDesktopStartup(const Arguments& args, const Reply& result);
-  void prepare(const Reply& result);
-  void getAutoConnectPolicy(const Reply& result);
+  void openDesktopStartupSettings(const Reply& result);
 
   std::string extensionIdentifier() const;
 
@@ -104,8 +101,11 @@ class MovaroPlatformPlugin
   bool isPendingRequest(const platform::ActivationRequest& request) const;
   void finishExtensionWait(const std::optional<PluginError>& outcome);
 
-  // Profile and connect. The load's completion runs only while the plugin
-  // lives, and is handed it.
+  // Profile and connect (profile_connect.cc). The load's completion runs
+  // only while the plugin lives, and is handed it.
+  void prepare(const Reply& result);
+  void pushConfig(const Arguments& args, const Reply& result);
+  void connect(const Arguments& args, const Reply& result);
   using LoadCompletion =
       std::function<void(MovaroPlatformPlugin& self, bool loaded)>;
   void loadManager(LoadCompletion completion);
@@ -129,7 +129,8 @@ class MovaroPlatformPlugin
                             const Reply& result,
                             bool loaded);
 
-  // Disconnect and events.
+  // Disconnect and events (disconnect_events.cc).
+  void disconnect(const Reply& result);
   void disconnectTunnel(const Reply& result);
   void onListenLoaded(const std::shared_ptr<EventSink>& sink, bool loaded);
 
@@ -140,7 +141,8 @@ class MovaroPlatformPlugin
   // Trusted Wi-Fi list.
   std::vector<std::string> storedTrustedWifiSsids() const;
 
-  // Auto-connect and Wi-Fi name.
+  // Auto-connect and Wi-Fi name (auto_connect.cc).
+  void getAutoConnectPolicy(const Reply& result);
   void configureAutoConnect(bool enabled,
                             const std::vector<std::string>& trustedWifiSsids,
                             const Reply& result);

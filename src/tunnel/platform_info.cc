@@ -8,8 +8,6 @@ namespace {
 
 constexpr const char* kVpnSettingsUrl =
     "x-apple.systempreferences:com.apple.Network-Settings.extension?VPN";
-constexpr const char* kLegacyLoginItemsUrl =
-    "x-apple.systempreferences:com.apple.preferences.users";
 
 std::string infoString(const platform::MainBundle& bundle,
                        const std::string& key) {
@@ -49,15 +47,6 @@ void MovaroPlatformPlugin::generateKeyPair(const Reply& result) {
 void MovaroPlatformPlugin::openVpnSettings(const Reply& result) {
   services_.workspace.openUrl(kVpnSettingsUrl);
   result->success(true);
-}
-
-void MovaroPlatformPlugin::openDesktopStartupSettings(const Reply& result) {
-  if (platform::atLeast(services_.system.operatingSystemVersion(), 13)) {
-    services_.serviceManagement.openSystemSettingsLoginItems();
-  } else {
-    services_.workspace.openUrl(kLegacyLoginItemsUrl);
-  }
-  result->success();
 }
 
 }  // namespace movaro

@@ -1,5 +1,7 @@
 // The tunnel profile: its load, and the connect that fills, saves, reloads
 // and starts it.
+#include "platform/main_queue.h"
+#include "platform/text/unicode_text.h"
 #include "platform/wireguard/wg_quick.h"
 #include "tunnel/endpoint.h"
 #include "tunnel/movaro_platform_plugin.h"
@@ -9,6 +11,7 @@ namespace movaro {
 namespace {
 
 constexpr const char* kProfileName = "Halvorn VPN";
+const PluginError kNoConfig{"NO_CONFIG", "No configuration provided"};
 
 }  // namespace
 
@@ -155,6 +158,58 @@ void MovaroPlatformPlugin::writeProfileAndStart(
               }
             });
       });
+}
+
+void MovaroPlatformPlugin::prepare(const Reply& result) {
+  loadManager([result](MovaroPlatformPlugin& /*self*/, bool loaded) {
+    result->success(loaded);
+  });
+}
+
+void MovaroPlatformPlugin::pushConfig(const Arguments& args,
+                                      const Reply& result) {
+  std::optional<std::string> config = args.string("config");
+  if (!config || platform::trimWhitespaceAndNewlines(*config).empty()) {
+    result->error(kNoConfig);
+    return;
+  }
+  // Stored as received: the text is trimmed only to judge it blank.
+  cachedConfig = *config;
+  result->success(true);
+}
+
+void MovaroPlatformPlugin::connect(const Arguments& args, const Reply& result) {
+  std::optional<std::string> config;
+  if (!args.empty()) {
+    config = args.string("config");
+  }
+  if (!config) {
+    config = cachedConfig;
+  }
+  if (!config) {
+    result->error(kNoConfig);
+    return;
+  }
+  // Not trimmed here: blank text is the parser's to judge.
+  cachedConfig = config;
+  std::string verificationUrl = args.string("verificationUrl").value_or("");
+  bool splitTunnelEnabled = args.boolean("splitTunnelEnabled").value_or(false);
+  Value arguments = args.map();
+  // Called by this plugin itself, at once or from an extension callback.
+  activateTunnelExtension(
+      result,
+      platform::onMain(
+          platform::kDeliveredOnMain, weak_from_this(),
+          [configText = *config, arguments, verificationUrl, splitTunnelEnabled,
+           result](MovaroPlatformPlugin& self,
+                   const std::optional<PluginError>& error) {
+            if (error) {
+              result->error(*error);
+              return;
+            }
+            self.continueConnect(configText, arguments, verificationUrl,
+                                 splitTunnelEnabled, result);
+          }));
 }
 
 }  // namespace movaro

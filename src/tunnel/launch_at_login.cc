@@ -1,8 +1,14 @@
-// The launch-at-login methods.
+// The launch-at-login methods and their settings pane.
 #include "startup/desktop_startup.h"
 #include "tunnel/movaro_platform_plugin.h"
 
 namespace movaro {
+namespace {
+
+constexpr const char* kLegacyLoginItemsUrl =
+    "x-apple.systempreferences:com.apple.preferences.users";
+
+}  // namespace
 
 void MovaroPlatformPlugin::desktopStartup(bool ensure, const Reply& result) {
   DesktopStartup startup(services_.serviceManagement, services_.defaults,
@@ -25,6 +31,15 @@ void MovaroPlatformPlugin::configureDesktopStartup(const Arguments& args,
   if (startup.configure(args.boolean("enabled").value_or(false))) {
     result->error("STARTUP_FAILED", "Launch at login could not be changed.");
     return;
+  }
+  result->success();
+}
+
+void MovaroPlatformPlugin::openDesktopStartupSettings(const Reply& result) {
+  if (platform::atLeast(services_.system.operatingSystemVersion(), 13)) {
+    services_.serviceManagement.openSystemSettingsLoginItems();
+  } else {
+    services_.workspace.openUrl(kLegacyLoginItemsUrl);
   }
   result->success();
 }
