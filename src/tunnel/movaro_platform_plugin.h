@@ -128,6 +128,8 @@ class MovaroPlatformPlugin
                             std::optional<int64_t> sessionEnd,
                             const Reply& result,
                             bool loaded);
+  void saveAndStart(const std::shared_ptr<platform::TunnelProfile>& profile,
+                    const Reply& result);
 
   // Disconnect and events (disconnect_events.cc).
   void disconnect(const Reply& result);

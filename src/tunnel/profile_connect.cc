@@ -127,8 +127,14 @@ void MovaroPlatformPlugin::writeProfileAndStart(
                                 ? onDemandRules(trusted)
                                 : std::vector<platform::OnDemandRule>());
 
-  // From here the chain holds the plugin and the profile strongly, so the
-  // call is answered as soon as the system reports back.
+  saveAndStart(profile, result);
+}
+
+// From here the chain holds the plugin and the profile strongly, so the call
+// is answered as soon as the system reports back.
+void MovaroPlatformPlugin::saveAndStart(
+    const std::shared_ptr<platform::TunnelProfile>& profile,
+    const Reply& result) {
   auto self = shared_from_this();
   profile->saveToPreferences(
       [self, profile, result](const platform::MaybeError& saveError) {
