@@ -34,10 +34,10 @@ Json pendingTasks(sim::SimulatedMac& mac, const Json&) {
 
 Json mainBundle(sim::SimulatedMac& mac, const Json& line) {
   if (const Json* identifier = param(line, "identifier")) {
-    mac.mainBundle.contents.identifier =
+    mac.mainBundle.setIdentifier(
         identifier->is_string()
             ? std::optional<std::string>(identifier->get<std::string>())
-            : std::nullopt;
+            : std::nullopt);
   }
   if (hasParam(line, "path")) {
     mac.mainBundle.path = stringParam(line, "path");
@@ -145,6 +145,7 @@ const SimCommands& commands() {
     };
     addTunnelCommands(commands);
     addServiceCommands(commands);
+    addHoldCommands(commands);
     return commands;
   }();
   return kCommands;

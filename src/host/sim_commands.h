@@ -20,6 +20,10 @@ void addTunnelCommands(SimCommands& commands);
 // Wi-Fi, location, languages, launch at login, applications, notifications.
 void addServiceCommands(SimCommands& commands);
 
+// Holding completions back and releasing them; the engine's teardown and a
+// new registration.
+void addHoldCommands(SimCommands& commands);
+
 // A handler that needs only the simulated Mac.
 template <Json (*handler)(sim::SimulatedMac& mac, const Json& line)>
 Json onMac(Host& host, const Json& line) {

@@ -1,5 +1,7 @@
 // Sim commands for Wi-Fi, location, languages, launch at login, the
 // application folders and notifications.
+#include <algorithm>
+
 #include "host/sim_commands.h"
 #include "host/sim_params.h"
 
@@ -41,6 +43,19 @@ Json locationDecision(sim::SimulatedMac& mac, const Json& line) {
   return nullptr;
 }
 
+Json preferredLanguages(sim::SimulatedMac& mac, const Json& line) {
+  auto& languages = mac.fileManager.preferredLanguages;
+  if (const Json* given = param(line, "languages")) {
+    if (!given->is_array() ||
+        !std::all_of(given->begin(), given->end(),
+                     [](const Json& tag) { return tag.is_string(); })) {
+      throw Refusal{"\"languages\" must be a list of language tags."};
+    }
+    languages = given->get<std::vector<std::string>>();
+  }
+  return languages;
+}
+
 Json loginItem(sim::SimulatedMac& mac, const Json& line) {
   auto& management = mac.serviceManagement;
   if (hasParam(line, "status")) {
@@ -51,6 +66,10 @@ Json loginItem(sim::SimulatedMac& mac, const Json& line) {
   }
   if (hasParam(line, "unregisterFailure")) {
     management.unregisterFailure = optionalString(line, "unregisterFailure");
+  }
+  if (hasParam(line, "afterRegister")) {
+    management.statusAfterRegister =
+        namedParam(line, "afterRegister", loginItemStatuses());
   }
   if (hasParam(line, "helperAccepts")) {
     management.helperAccepts = line["helperAccepts"] == true;
@@ -116,6 +135,7 @@ void addServiceCommands(SimCommands& commands) {
       {"wifi", onMac<wifi>},
       {"location", onMac<location>},
       {"locationDecision", onMac<locationDecision>},
+      {"preferredLanguages", onMac<preferredLanguages>},
       {"loginItem", onMac<loginItem>},
       {"applicationFolders", onMac<applicationFolders>},
       {"notifications", onMac<notifications>},
