@@ -8,16 +8,35 @@
 namespace movaro::host {
 
 Host::Host(Output output, std::unique_ptr<StateFolder> state)
-    : output_(std::move(output)),
-      state_(std::move(state)),
-      messenger_([this](const std::string& channel, const Bytes& message) {
-        onEngineMessage(channel, message);
-      }),
-      registrar_(messenger_) {
+    : output_(std::move(output)), state_(std::move(state)) {
   if (state_ && !state_->saved().is_null()) {
     restore(mac_, state_->saved());
   }
-  MovaroPlatformPlugin::registerWith(registrar_, mac_.services());
+  registerPlugins();
+}
+
+void Host::teardown() {
+  if (registered_) {
+    registered_ = false;
+    engines_.back()->messenger.removeAllHandlers();
+  }
+}
+
+bool Host::registerPlugins() {
+  if (registered_) {
+    return false;
+  }
+  size_t number = engines_.size();
+  engines_.push_back(std::make_unique<Engine>(
+      [this, number](const std::string& channel, const Bytes& message) {
+        if (live(number)) {
+          onEngineMessage(channel, message);
+        }
+      }));
+  registered_ = true;
+  MovaroPlatformPlugin::registerWith(engines_.back()->registrar,
+                                     mac_.services());
+  return true;
 }
 
 void Host::persist(const Json& id) {
@@ -112,27 +131,35 @@ void Host::methodCall(const Json& id, const Json& line) {
     return;
   }
   std::string channel = line["channel"].get<std::string>();
-  if (!messenger_.hasHandler(channel)) {
+  if (!messenger().hasHandler(channel)) {
     hostError(id, "No channel is named \"" + channel + "\".");
     return;
   }
   MethodCall call{
       line["method"].get<std::string>(),
       line.contains("arguments") ? jsonToValue(line["arguments"]) : Value()};
-  messenger_.deliver(channel, StandardMethodCodec::encodeMethodCall(call),
-                     [this, id](const Bytes& reply) { replyLine(id, reply); });
+  messenger().deliver(channel, StandardMethodCodec::encodeMethodCall(call),
+                      replyTo(id));
 }
 
 void Host::streamRequest(const Json& id,
                          const std::string& channel,
                          const std::string& method) {
-  if (!messenger_.hasHandler(channel)) {
+  if (!messenger().hasHandler(channel)) {
     hostError(id, "No channel is named \"" + channel + "\".");
     return;
   }
-  messenger_.deliver(channel,
-                     StandardMethodCodec::encodeMethodCall({method, Value()}),
-                     [this, id](const Bytes& reply) { replyLine(id, reply); });
+  messenger().deliver(channel,
+                      StandardMethodCodec::encodeMethodCall({method, Value()}),
+                      replyTo(id));
+}
+
+BinaryReply Host::replyTo(const Json& id) {
+  return [this, id, number = engines_.size() - 1](const Bytes& reply) {
+    if (live(number)) {
+      replyLine(id, reply);
+    }
+  };
 }
 
 void Host::replyLine(const Json& id, const Bytes& reply) {

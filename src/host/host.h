@@ -8,6 +8,7 @@
 #include <istream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "bridge/binary_messenger.h"
 #include "bridge/registrar.h"
@@ -35,8 +36,15 @@ class Host {
   // while the host waits for the next line.
   void run(std::istream& in, bool realClock);
 
+  // The engine going away: both plugins are dropped, and nothing more is
+  // written for them: no reply to a call they had taken, no event.
+  void teardown();
+  // New plugins on the same Mac, as a new engine registers them; false
+  // while plugins are registered.
+  bool registerPlugins();
+
   sim::SimulatedMac& mac() { return mac_; }
-  LocalMessenger& messenger() { return messenger_; }
+  LocalMessenger& messenger() { return engines_.back()->messenger; }
 
  private:
   void handleObject(const Json& id, const Json& line);
@@ -44,6 +52,8 @@ class Host {
   void streamRequest(const Json& id,
                      const std::string& channel,
                      const std::string& method);
+  // Writes the reply, unless its engine has gone.
+  BinaryReply replyTo(const Json& id);
   void onEngineMessage(const std::string& channel, const Bytes& message);
   void replyLine(const Json& id, const Bytes& reply);
   void hostError(const Json& id, const std::string& sentence);
@@ -54,11 +64,25 @@ class Host {
   // Saves the state after the line with this id (null: a timer's change).
   void persist(const Json& id);
 
+  // One engine's messenger and registrar, numbered in order.
+  struct Engine {
+    explicit Engine(LocalMessenger::EngineReceiver receiver)
+        : messenger(std::move(receiver)), registrar(messenger) {}
+    LocalMessenger messenger;
+    Registrar registrar;
+  };
+  // Whether what engine `number` is sent still reaches the output.
+  bool live(size_t number) const {
+    return registered_ && number + 1 == engines_.size();
+  }
+
   Output output_;
   std::unique_ptr<StateFolder> state_;
   sim::SimulatedMac mac_;
-  LocalMessenger messenger_;
-  Registrar registrar_;
+  // The last one is the current engine. Engines torn down are kept, as
+  // what their plugins still hold refers to them.
+  std::vector<std::unique_ptr<Engine>> engines_;
+  bool registered_ = false;
 };
 
 }  // namespace movaro::host

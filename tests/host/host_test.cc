@@ -57,6 +57,11 @@ TEST_F(HostTest, LinesItCannotTakeGetAHostErrorAndTheHostGoesOn) {
       "{\"id\":9,\"sim\":\"\xff\"}",
       R"({"id":10,"channel":"movaro_platform","method":7})",
       R"({"id":11,"sim":"advance","seconds":"1"})",
+      // Numbers beyond the parameter's type.
+      R"({"id":13,"sim":"osVersion","major":2147483648})",
+      R"({"id":14,"sim":"addProfile","status":1e300})",
+      R"({"id":15,"sim":"fail","operation":"save","times":2.5})",
+      R"({"id":16,"sim":"tunnelBehaviour","dropError":{"domain":"D","code":1e19}})",
   };
   for (const std::string& line : bad) {
     Json answer = one(line);

@@ -109,5 +109,36 @@ TEST_F(ScenarioTest, WifiNameWaitsForTheLocationDecision) {
   EXPECT_EQ((*reply(out, 1))["result"], "Home");
 }
 
+// A held save released with a failure; the engine torn down while another
+// save is held, which then completes: nothing is written for the gone
+// plugins, and new ones answer on the same Mac.
+TEST_F(ScenarioTest, HeldCompletionsAndATeardown) {
+  std::string connect =
+      R"("channel":"movaro_platform","method":"connect","arguments":{"config":)" +
+      std::string(kConfig) + "}";
+  auto out = run({
+      R"({"id":1,"sim":"hold","operations":["save"]})",
+      R"({"id":2,)" + connect + "}",
+      R"({"id":3,"sim":"hold"})",
+      R"({"id":4,"sim":"release","completion":1,"failure":"Disk full."})",
+      R"({"id":5,)" + connect + "}",
+      R"({"id":6,"sim":"teardown"})",
+      R"({"id":7,"sim":"release","completion":2})",
+      R"({"id":8,"channel":"movaro_platform","method":"getPlatformVersion"})",
+      R"({"id":9,"sim":"register"})",
+      R"({"id":10,"channel":"movaro_platform","method":"getPlatformVersion"})",
+      R"({"id":11,"sim":"observers"})",
+  });
+  EXPECT_EQ(
+      (*reply(out, 3))["sim"]["held"],
+      Json::parse(R"([{"completion":1,"operation":"save","since":0.0}])"));
+  EXPECT_EQ((*reply(out, 2))["error"]["message"], "Disk full.");
+  EXPECT_EQ(reply(out, 5), nullptr);
+  EXPECT_EQ((*reply(out, 7))["sim"]["held"], Json::array());
+  EXPECT_TRUE(reply(out, 8)->contains("hostError"));
+  EXPECT_TRUE(reply(out, 10)->contains("result"));
+  EXPECT_EQ((*reply(out, 11))["sim"], 0);
+}
+
 }  // namespace
 }  // namespace movaro::host

@@ -172,6 +172,44 @@ TEST_F(MeshTest, DownDuringTheWaitCancelsTheLogin) {
   EXPECT_THAT(down, IsValue(true));
 }
 
+// "down" or "logout" while the Mac has still to answer a login's profile
+// load, save or reload: once it answers, the login ends canceled, and no
+// tunnel is started with its account.
+class SupersededLoginTest : public MeshTest,
+                            public ::testing::WithParamInterface<
+                                std::tuple<const char*, const char*>> {};
+
+TEST_P(SupersededLoginTest, StartsNoTunnel) {
+  const auto& [operation, method] = GetParam();
+  answer("status", R"({"identityCleared":true})");
+  mac.holds.hold({operation});
+  ReplyPtr loginReply = login();
+  ASSERT_NE(heldId(operation), 0);
+  ReplyPtr superseding = callMesh(method);
+  releaseAll();
+  advance(20);
+  EXPECT_THAT(loginReply, IsMeshError("connection_failed"));
+  EXPECT_THAT(superseding, IsValue(true));
+  // Superseded before its save, nothing is written.
+  EXPECT_EQ(mac.log.named("ne.save").size(),
+            std::string(operation) == "loadAll" ? 0u : 1u);
+  for (const sim::OsCall& start : mac.log.named("ne.start")) {
+    EXPECT_EQ(
+        find(*find(start.details, "options")->getIf<ValueMap>(), "authKey"),
+        nullptr);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryWait,
+    SupersededLoginTest,
+    ::testing::Combine(::testing::Values("loadAll", "save", "reload"),
+                       ::testing::Values("down", "logout")),
+    [](const auto& test) {
+      return std::string(std::get<1>(test.param)) + "_" +
+             std::get<0>(test.param);
+    });
+
 TEST_F(MeshTest, AProviderThatDropsTheTunnelGivesItsReason) {
   mac.networkExtension.connectDelay.reset();
   mac.networkExtension.dropDelay = std::chrono::seconds(3);

@@ -105,10 +105,15 @@ TEST_F(DesktopStartupTest, FailuresKeepTheKeysAndUseTheirOwnMessage) {
   EXPECT_TRUE(mac.defaults.values.empty());
 }
 
+// A registration that awaits the user's approval counts as registered.
 TEST_F(DesktopStartupTest, RequiresApprovalIsReported) {
-  mac.serviceManagement.status = LoginItemStatus::kRequiresApproval;
-  EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", true}})),
-              IsValue(Value()));
+  mac.serviceManagement.statusAfterRegister =
+      LoginItemStatus::kRequiresApproval;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", true}})),
+                IsValue(Value()));
+  }
+  EXPECT_EQ(registrations(), 1u);
   EXPECT_THAT(callMain("getDesktopStartup"),
               IsValue(policy(false, true, true)));
 }

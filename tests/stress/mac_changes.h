@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "stress/random_steps.h"
@@ -152,6 +153,9 @@ inline void setLoginItem(sim::SimulatedMac& mac, int change) {
     case kHelperRefuses:
       management.helperAccepts = false;
       break;
+    case kRegisterAwaitsApproval:
+      management.statusAfterRegister = Status::kRequiresApproval;
+      break;
     default:
       management.helperAccepts = true;
       break;
@@ -267,6 +271,18 @@ inline void applyMacChange(sim::SimulatedMac& mac, const Step& step) {
       break;
     case Op::kTiming:
       setTiming(mac, step);
+      break;
+    case Op::kHold:
+      mac.holds.hold(step.text.empty() ? std::set<std::string>()
+                                       : std::set<std::string>{step.text});
+      break;
+    case Op::kRelease:
+      if (auto held = mac.holds.held(); !held.empty()) {
+        mac.holds.release(
+            held[static_cast<size_t>(step.value) % held.size()].id,
+            step.extra != 0 ? std::optional<std::string>("The Mac said no.")
+                            : std::nullopt);
+      }
       break;
     default:
       break;

@@ -98,6 +98,9 @@ enum class Op {
   kOsVersion,        // value: major version
   kBundle,           // value: change
   kTiming,           // text: "connect", "stop" or "drop"; seconds; value
+  kHold,             // text: the operation whose completions are held, or ""
+  kRelease,          // value: which held completion; extra: 1 fails it
+  kTeardown,         // the engine goes; new plugins on the same Mac
 };
 
 // Provider answer kinds.
@@ -133,6 +136,7 @@ enum LoginItemChange {
   kUnregisterWorks,
   kHelperRefuses,
   kHelperAccepts,
+  kRegisterAwaitsApproval,
 };
 
 // Extension bundles inside the app.
@@ -354,11 +358,17 @@ inline std::string describe(const Step& step) {
     }
     case Op::kLoginItem: {
       static const char* const kNames[] = {
-          "login item: not registered",       "login item: enabled",
-          "login item: requires approval",    "login item: not found",
-          "login item: register fails",       "login item: register works",
-          "login item: unregister fails",     "login item: unregister works",
-          "login helper: refuses the switch", "login helper: accepts"};
+          "login item: not registered",
+          "login item: enabled",
+          "login item: requires approval",
+          "login item: not found",
+          "login item: register fails",
+          "login item: register works",
+          "login item: unregister fails",
+          "login item: unregister works",
+          "login helper: refuses the switch",
+          "login helper: accepts",
+          "login item: a registration awaits approval"};
       return kNames[step.value];
     }
     case Op::kOsVersion:
@@ -373,6 +383,14 @@ inline std::string describe(const Step& step) {
           "remove the mesh engine"};
       return kNames[step.value];
     }
+    case Op::kHold:
+      return step.text.empty() ? std::string("the Mac holds nothing more")
+                               : "the Mac holds every \"" + step.text + "\"";
+    case Op::kRelease:
+      return "the Mac releases held completion #" + std::to_string(step.value) +
+             (step.extra != 0 ? " with a failure" : "");
+    case Op::kTeardown:
+      return "the engine goes away; new plugins are registered";
     case Op::kTiming:
       if (step.text == "drop") {
         static const char* const kErrors[] = {

@@ -201,13 +201,13 @@ class ScenarioGenerator {
     int kind = 0;
     switch (bias_) {
       case Bias::kMixed:
-        kind = rng_.weighted({14, 4, 10, 10, 10, 5, 4, 5, 4, 3, 5, 6});
+        kind = rng_.weighted({14, 4, 10, 10, 10, 5, 4, 5, 4, 3, 5, 6, 3, 5, 1});
         break;
       case Bias::kMesh:
-        kind = rng_.weighted({18, 4, 6, 18, 10, 1, 1, 1, 1, 3, 4, 10});
+        kind = rng_.weighted({18, 4, 6, 18, 10, 1, 1, 1, 1, 3, 4, 10, 3, 5, 1});
         break;
       case Bias::kTunnel:
-        kind = rng_.weighted({16, 4, 16, 2, 10, 3, 3, 3, 2, 2, 5, 6});
+        kind = rng_.weighted({16, 4, 16, 2, 10, 3, 3, 3, 2, 2, 5, 6, 3, 5, 1});
         break;
     }
     Step step;
@@ -290,7 +290,7 @@ class ScenarioGenerator {
         return step;
       case 8:
         step.op = Op::kLoginItem;
-        step.value = rng_.below(10);
+        step.value = rng_.below(11);
         return step;
       case 9: {
         step.op = Op::kOsVersion;
@@ -304,6 +304,32 @@ class ScenarioGenerator {
             : bias_ == Bias::kTunnel
                 ? rng_.pick(std::vector<int>{0, 0, 0, 1, 2})
                 : rng_.below(6)));
+      case 12: {
+        step.op = Op::kHold;
+        static const std::vector<std::string> kHeld = {
+            "",
+            "",
+            "loadAll",
+            "save",
+            "reload",
+            "start",
+            "stop",
+            "lastDisconnectError",
+            "providerMessage",
+            "notificationAuthorization",
+            "notificationAdd",
+            "locationDecision"};
+        step.text = rng_.pick(kHeld);
+        return step;
+      }
+      case 13:
+        step.op = Op::kRelease;
+        step.value = rng_.below(3);
+        step.extra = rng_.chance(0.3) ? 1 : 0;
+        return step;
+      case 14:
+        step.op = Op::kTeardown;
+        return step;
       default: {
         step.op = Op::kTiming;
         static const std::vector<std::string> kWhat = {"connect", "stop",

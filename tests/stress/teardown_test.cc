@@ -14,6 +14,9 @@ namespace movaro::testing {
 namespace {
 
 using sim::ActivationOutcome;
+constexpr const char* kMain = PluginHarness::kMain;
+constexpr const char* kMesh = PluginHarness::kMesh;
+constexpr const char* kEvents = PluginHarness::kEvents;
 
 class TeardownTest : public ::testing::Test, public PluginHarness {
  protected:
@@ -86,6 +89,7 @@ class TeardownTest : public ::testing::Test, public PluginHarness {
     EXPECT_EQ(mac.dispatch.pendingCount(), 0u);
     EXPECT_FALSE(mac.dispatch.stalled());
     EXPECT_EQ(events.size(), eventsAtTeardown_) << "an event after teardown";
+    EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
     if (!osCallsAllowed) {
       std::vector<std::string> later;
       const auto& calls = mac.log.calls();
@@ -115,13 +119,12 @@ class TeardownTest : public ::testing::Test, public PluginHarness {
     return reply;
   }
 
-  ReplyPtr meshLogin() {
-    return callMesh("login",
-                    dict({{"accountNamespace", kNamespace},
-                          {"controlUrl", "https://control.example.com/mesh"},
-                          {"authKey", "tskey-auth-secret"},
-                          {"hostname", "work-laptop"},
-                          {"sessionExpiresAt", "2031-01-01T00:00:00Z"}}));
+  static ValueMap meshLogin() {
+    return dict({{"accountNamespace", kNamespace},
+                 {"controlUrl", "https://control.example.com/mesh"},
+                 {"authKey", "tskey-auth-secret"},
+                 {"hostname", "work-laptop"},
+                 {"sessionExpiresAt", "2031-01-01T00:00:00Z"}});
   }
 
   sim::SavedProfile& addMeshProfile(int status) {
@@ -174,36 +177,6 @@ TEST_F(TeardownTest, ConnectAfterApprovalWasAskedForLeavesNothingBehind) {
   expectQuiet();
 }
 
-TEST_F(TeardownTest, ConnectBeforeItsProfileLoadAnswersIsNeverAnswered) {
-  ReplyPtr connect = callMain("connect", dict({{"config", kValidConfig}}));
-  deliverEverything();
-  EXPECT_THAT(connect, IsUnanswered());
-  EXPECT_EQ(count("ne.save"), 0u);
-  expectQuiet();
-}
-
-// Once the profile's save has been asked for, the chain holds the plugin
-// and answers as soon as the Mac reports back, even with the engine gone.
-class ConnectSaveUnderwayTest : public TeardownTest,
-                                public ::testing::WithParamInterface<int> {};
-
-TEST_P(ConnectSaveUnderwayTest, IsStillAnsweredExactlyOnce) {
-  ReplyPtr connect = callMain("connect", dict({{"config", kValidConfig}}));
-  teardownAfter(GetParam());
-  runUntilIdle();
-  deliverEverything();
-  ASSERT_TRUE(tornDown_);
-  EXPECT_THAT(connect, IsValue(true));
-  EXPECT_EQ(connect->count, 1);
-  EXPECT_EQ(count("ne.start"), 1u);
-  expectQuiet(/*osCallsAllowed=*/true);
-}
-
-// 0: the save's answer is pending; 1: the reload's answer is pending.
-INSTANTIATE_TEST_SUITE_P(SaveThenReload,
-                         ConnectSaveUnderwayTest,
-                         ::testing::Values(0, 1));
-
 TEST_F(TeardownTest, ConnectWaitingForTheExtensionThenCancelledLeavesNothing) {
   mac.installExtension(".network-extension");
   ReplyPtr connect = callMain("connect", dict({{"config", kValidConfig}}));
@@ -217,40 +190,6 @@ TEST_F(TeardownTest, ConnectWaitingForTheExtensionThenCancelledLeavesNothing) {
   expectQuiet();
 }
 
-TEST_F(TeardownTest, DisconnectBeforeItsProfileLoadAnswersIsNeverAnswered) {
-  ASSERT_THAT(connectFully(), IsValue(true));
-  const size_t stops = count("ne.stop");
-  ReplyPtr disconnect = callMain("disconnect");
-  deliverEverything();
-  EXPECT_THAT(disconnect, IsUnanswered());
-  EXPECT_EQ(count("ne.stop"), stops);
-  expectQuiet();
-}
-
-// The save's completion needs nothing of the plugin: the stop is still
-// requested, and the call is answered at most once.
-TEST_F(TeardownTest, DisconnectWhoseSaveIsUnderwayStillStopsTheTunnel) {
-  ASSERT_THAT(connectFully(), IsValue(true));
-  const size_t stops = count("ne.stop");
-  ReplyPtr disconnect = callMain("disconnect");
-  teardownAfter(0);
-  runUntilIdle();
-  deliverEverything();
-  ASSERT_TRUE(tornDown_);
-  EXPECT_LE(disconnect->count, 1);
-  EXPECT_EQ(count("ne.stop"), stops + 1);
-  expectQuiet(/*osCallsAllowed=*/true);
-}
-
-TEST_F(TeardownTest, ListenWhoseLoadIsPendingSendsNoEvent) {
-  ASSERT_THAT(connectFully(), IsValue(true));
-  ReplyPtr listening = listen();
-  EXPECT_THAT(listening, IsValue(Value()));
-  deliverEverything();
-  EXPECT_THAT(events, ::testing::IsEmpty());
-  expectQuiet();
-}
-
 TEST_F(TeardownTest, StatusChangesAfterTeardownSendNoEvent) {
   ASSERT_THAT(connectFully(), IsValue(true));
   listen();
@@ -261,38 +200,6 @@ TEST_F(TeardownTest, StatusChangesAfterTeardownSendNoEvent) {
   expectQuiet();
 }
 
-TEST_F(TeardownTest, ConfigureAutoConnectBeforeItsLoadAnswersIsNeverAnswered) {
-  ASSERT_THAT(connectFully(), IsValue(true));
-  ReplyPtr reply = callMain(
-      "configureAutoConnect",
-      dict({{"enabled", true}, {"trustedWifiSsids", ValueList{"Home"}}}));
-  deliverEverything();
-  EXPECT_THAT(reply, IsUnanswered());
-  // The list was stored before anything else.
-  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
-            Value(ValueList{"Home"}));
-  expectQuiet();
-}
-
-TEST_F(TeardownTest, ConfigureAutoConnectWhoseSaveIsUnderwayAnswersAtMostOnce) {
-  ASSERT_THAT(connectFully(), IsValue(true));
-  ReplyPtr reply = callMain("configureAutoConnect", dict({{"enabled", false}}));
-  teardownAfter(0);
-  runUntilIdle();
-  deliverEverything();
-  ASSERT_TRUE(tornDown_);
-  EXPECT_LE(reply->count, 1);
-  expectQuiet(/*osCallsAllowed=*/true);
-}
-
-TEST_F(TeardownTest, WifiNameWaitingForTheUserIsNeverAnswered) {
-  mac.wifi.ssid.reset();
-  ReplyPtr waiting = callMain("getCurrentWifiSsid");
-  runUntilIdle();
-  ASSERT_THAT(waiting, IsUnanswered());
-  expectNeverAnswered({waiting});
-}
-
 ValueMap oneReminder() {
   // A day after the virtual clock's start, 2030-01-01T00:00:00Z.
   return dict(
@@ -301,25 +208,6 @@ ValueMap oneReminder() {
                                      {"body", "Your plan ends soon."},
                                      {"scheduled_at_millis",
                                       int64_t{1893456000000 + 86400000}}})}}});
-}
-
-TEST_F(TeardownTest, RemindersWaitingForAuthorisationAreNeverAnswered) {
-  ReplyPtr reply = callMain("syncSubscriptionReminders", oneReminder());
-  expectNeverAnswered({reply});
-}
-
-// The additions were handed to the Mac before the teardown; their callbacks
-// need nothing of the plugin, so the call is answered at most once.
-TEST_F(TeardownTest, RemindersWhoseAdditionsAreUnderwayAnswerAtMostOnce) {
-  ReplyPtr reply = callMain("syncSubscriptionReminders", oneReminder());
-  // One round for the authorisation to arrive, one for its move to the
-  // main queue, where the additions are asked for.
-  teardownAfter(1);
-  runUntilIdle();
-  deliverEverything();
-  ASSERT_TRUE(tornDown_);
-  EXPECT_LE(reply->count, 1);
-  expectQuiet(/*osCallsAllowed=*/true);
 }
 
 // With the callbacks on threads of their own the teardown races them: the
@@ -354,6 +242,99 @@ TEST(TeardownRaceTest, RemindersWithCallbacksOnOtherThreads) {
   }
 }
 
+// ---- A call waiting on each kind of completion ----
+
+// The Mac holds the completion a call waits on when the engine goes away,
+// then delivers it and everything else. Nothing follows, except where the
+// chain already holds what it needs: a connect's save and reload hold the
+// plugin, so the connect is answered; the save of a disconnect or of an
+// auto-connect change and the reminders' additions need nothing of it, so
+// those are answered at most once.
+enum class After { kNothing, kAnswered, kAtMostOnce };
+
+struct HeldCall {
+  const char* channel;
+  const char* method;
+  const char* held;
+  After after = After::kNothing;
+};
+
+void PrintTo(const HeldCall& row, std::ostream* out) {
+  *out << row.method << " waiting on " << row.held;
+}
+
+class HeldAtTeardownTest : public TeardownTest,
+                           public ::testing::WithParamInterface<HeldCall> {
+ protected:
+  Value argumentsFor(const std::string& method) {
+    if (method == "connect") {
+      return dict({{"config", kValidConfig}});
+    }
+    if (method == "configureAutoConnect") {
+      return dict({{"enabled", true}, {"trustedWifiSsids", ValueList{"Home"}}});
+    }
+    if (method == "syncSubscriptionReminders") {
+      return oneReminder();
+    }
+    return method == "login" ? meshLogin() : Value();
+  }
+};
+
+TEST_P(HeldAtTeardownTest, NothingFollowsForTheGonePlugins) {
+  const HeldCall& row = GetParam();
+  const std::string method = row.method;
+  installEngine();
+  ASSERT_THAT(connectFully(), IsValue(true));
+  addMeshProfile(method == "login" ? platform::kVpnStatusDisconnected
+                                   : platform::kVpnStatusConnected);
+  mac.holds.hold({row.held});
+  ReplyPtr reply = call(row.channel, method, argumentsFor(method));
+  runUntilIdle();
+  mac.location.decide(platform::kLocationAuthorizedAlways);  // held in its row
+  ASSERT_FALSE(mac.holds.held().empty());
+  const int answers = reply->count;
+  gone();
+  releaseAll();
+  deliverEverything();
+  if (row.after == After::kAtMostOnce) {
+    EXPECT_LE(reply->count, 1);
+  } else {
+    EXPECT_EQ(reply->count, row.after == After::kAnswered ? 1 : answers);
+  }
+  expectQuiet(/*osCallsAllowed=*/row.after != After::kNothing);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryWait,
+    HeldAtTeardownTest,
+    ::testing::Values(HeldCall{kMain, "connect", "loadAll"},
+                      HeldCall{kMain, "connect", "save", After::kAnswered},
+                      HeldCall{kMain, "connect", "reload", After::kAnswered},
+                      HeldCall{kMain, "disconnect", "loadAll"},
+                      HeldCall{kMain, "disconnect", "save", After::kAtMostOnce},
+                      HeldCall{kMain, "prepare", "loadAll"},
+                      HeldCall{kMain, "getAutoConnectPolicy", "loadAll"},
+                      HeldCall{kMain, "configureAutoConnect", "loadAll"},
+                      HeldCall{kMain, "configureAutoConnect", "save",
+                               After::kAtMostOnce},
+                      HeldCall{kMain, "getCurrentWifiSsid", "locationDecision"},
+                      HeldCall{kMain, "syncSubscriptionReminders",
+                               "notificationAuthorization"},
+                      HeldCall{kMain, "syncSubscriptionReminders",
+                               "notificationAdd", After::kAtMostOnce},
+                      HeldCall{kEvents, "listen", "loadAll"},
+                      HeldCall{kMesh, "login", "loadAll"},
+                      HeldCall{kMesh, "login", "save"},
+                      HeldCall{kMesh, "login", "reload"},
+                      HeldCall{kMesh, "login", "start"},
+                      HeldCall{kMesh, "status", "providerMessage"},
+                      HeldCall{kMesh, "down", "loadAll"},
+                      HeldCall{kMesh, "down", "stop"},
+                      HeldCall{kMesh, "logout", "providerMessage"}),
+    [](const auto& test) {
+      return std::string(test.param.method) + "_" + test.param.held;
+    });
+
 // ---- The mesh plugin ----
 
 // A login torn down in each state: -1 before its profile load answers, 0
@@ -365,7 +346,7 @@ class MeshLoginTeardownTest : public TeardownTest,
 
 TEST_P(MeshLoginTeardownTest, IsNeverAnswered) {
   installEngine();
-  ReplyPtr login = meshLogin();
+  ReplyPtr login = callMesh("login", meshLogin());
   ASSERT_THAT(login, IsUnanswered());
   if (GetParam() < 0) {
     gone();
@@ -383,40 +364,6 @@ INSTANTIATE_TEST_SUITE_P(EveryState,
                          MeshLoginTeardownTest,
                          ::testing::Values(-1, 0, 1, 2, 3, 4, 5, 6, 7));
 
-TEST_F(TeardownTest, MeshLoginWaitingForTheTunnelIsNeverAnswered) {
-  installEngine();
-  mac.networkExtension.connectDelay.reset();  // stays connecting
-  ReplyPtr login = meshLogin();
-  advance(12.3);
-  ASSERT_EQ(count("ne.start"), 1u);
-  ASSERT_THAT(login, IsUnanswered());
-  expectNeverAnswered({login});
-}
-
-TEST_F(TeardownTest, MeshStatusWithAMessageOutIsNeverAnswered) {
-  installEngine();
-  addMeshProfile(platform::kVpnStatusConnected);
-  silence("status");
-  ReplyPtr silent = callMesh("status");
-  runUntilIdle();
-  mac.networkExtension.providerAnswers["status"] =
-      sim::ProviderAnswer{Bytes{'{', '}'}, platform::seconds(2), false, false};
-  ReplyPtr slow = callMesh("status");
-  runUntilIdle();
-  ASSERT_EQ(count("ne.sendProviderMessage"), 2u);
-  expectNeverAnswered({silent, slow});
-}
-
-TEST_F(TeardownTest, MeshDownWaitingForTheStopIsNeverAnswered) {
-  installEngine();
-  addMeshProfile(platform::kVpnStatusConnected);
-  mac.networkExtension.stopDelay.reset();  // stays disconnecting
-  ReplyPtr down = callMesh("down");
-  advance(3);
-  ASSERT_THAT(down, IsUnanswered());
-  expectNeverAnswered({down});
-}
-
 TEST_F(TeardownTest, MeshLogoutWaitingForAnEarlierCleanupIsNeverAnswered) {
   installEngine();
   addMeshProfile(platform::kVpnStatusConnected);
@@ -432,7 +379,7 @@ TEST_F(TeardownTest, MeshLogoutWaitingForAnEarlierCleanupIsNeverAnswered) {
 
 TEST_F(TeardownTest, MeshLogoutWaitingForALoginIsNeverAnswered) {
   installEngine();
-  ReplyPtr login = meshLogin();
+  ReplyPtr login = callMesh("login", meshLogin());
   ReplyPtr logout = callMesh("logout");  // the login is still loading
   expectNeverAnswered({login, logout});
 }

@@ -38,7 +38,29 @@ PluginHarness::PluginHarness()
         events.push_back(success->value);
       }),
       registrar_(messenger_) {
+  registerPlugins();
+}
+
+void PluginHarness::registerPlugins() {
   MovaroPlatformPlugin::registerWith(registrar_, mac.services());
+}
+
+int64_t PluginHarness::heldId(const std::string& operation) {
+  for (const auto& held : mac.holds.held()) {
+    if (held.operation == operation) {
+      return held.id;
+    }
+  }
+  ADD_FAILURE() << "no " << operation << " completion is held";
+  return 0;
+}
+
+void PluginHarness::releaseAll() {
+  mac.holds.hold({});
+  for (auto held = mac.holds.held(); !held.empty(); held = mac.holds.held()) {
+    mac.holds.release(held.front().id);
+    runUntilIdle();
+  }
 }
 
 ReplyPtr PluginHarness::call(const std::string& channel,

@@ -58,6 +58,14 @@ class PluginHarness {
   ReplyPtr cancel() { return stream("cancel"); }
   // Drops every plugin, as when the engine goes away.
   void teardown() { messenger_.removeAllHandlers(); }
+  // New plugins on the same Mac, as a new engine registers them.
+  void registerPlugins();
+
+  // The oldest held completion of the operation; fails the test when none.
+  int64_t heldId(const std::string& operation);
+  // Holds nothing more, then releases everything held, oldest first, and
+  // whatever that sets going, running the main queue after each.
+  void releaseAll();
 
   void advance(double seconds) { mac.advance(seconds); }
   void runUntilIdle() { mac.runUntilIdle(); }

@@ -98,10 +98,18 @@ class WifiTest : public TunnelTest {
   }
 };
 
+// From macOS 14 the name is readable only with location access.
 TEST_F(WifiTest, ANameReadableAtOnceIsTheAnswer) {
   mac.wifi.ssid = "Home";
+  mac.location.status = platform::kLocationAuthorizedAlways;
+  EXPECT_THAT(ssid(), IsValue("Home"));
+  mac.location.status = platform::kLocationNotDetermined;
+  mac.system.version.major = 13;
   EXPECT_THAT(ssid(), IsValue("Home"));
   EXPECT_TRUE(mac.log.calls().empty());
+  mac.system.version.major = 14;
+  EXPECT_THAT(ssid(), IsUnanswered());
+  EXPECT_EQ(mac.log.named("location.requestWhenInUse").size(), 1u);
 }
 
 TEST_F(WifiTest, TheFirstRequestWaitsForTheUsersDecision) {

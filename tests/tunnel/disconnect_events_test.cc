@@ -79,6 +79,81 @@ TEST_F(TunnelTest, NothingIsSentOrRememberedWhileNobodyListens) {
   EXPECT_EQ(events.size(), 1u);
 }
 
+// A cancel, and perhaps a new listen, before a listen's profile load
+// answers: a failed load's error goes to its own, cancelled, listener, a
+// successful one's status to whoever listens now.
+class CancelBeforeTheLoadTest
+    : public TunnelTest,
+      public ::testing::WithParamInterface<std::tuple<bool, bool>> {};
+
+TEST_P(CancelBeforeTheLoadTest, NothingReachesACancelledListener) {
+  const auto [listensAgain, loadFails] = GetParam();
+  mac.holds.hold({"loadAll"});
+  listen();
+  cancel();
+  if (listensAgain) {
+    listen();
+  }
+  mac.holds.release(heldId("loadAll"), loadFails
+                                           ? std::optional<std::string>("No.")
+                                           : std::nullopt);
+  releaseAll();
+  std::vector<Value> expected;
+  if (listensAgain) {
+    expected.assign(loadFails ? 1 : 2,
+                    statusEvent("disconnected", "Disconnected"));
+  }
+  EXPECT_EQ(events, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(ListenAgainLoadFails,
+                         CancelBeforeTheLoadTest,
+                         ::testing::Combine(::testing::Bool(),
+                                            ::testing::Bool()));
+
+// A disconnect made while a connect's profile load is out: the two chains
+// run in the order the Mac answers their loads.
+class DisconnectRacingConnectTest : public TunnelTest,
+                                    public ::testing::WithParamInterface<bool> {
+};
+
+TEST_P(DisconnectRacingConnectTest, ChainsFollowTheMacsOrder) {
+  const bool connectLoadFirst = GetParam();
+  ASSERT_THAT(connectWith({}), IsValue(true));
+  advance(2);
+  mac.log.clear();
+  mac.holds.hold({"loadAll"});
+  ReplyPtr connect = connectWith(dict({{"enableOnDemand", true}}));
+  ReplyPtr disconnect = callMain("disconnect");
+  runUntilIdle();
+  const auto held = mac.holds.held();
+  ASSERT_EQ(held.size(), 2u);
+  mac.holds.release(held[connectLoadFirst ? 0 : 1].id);
+  runUntilIdle();
+  releaseAll();
+  advance(2);
+  EXPECT_THAT(connect, IsValue(true));
+  EXPECT_THAT(disconnect, IsValue(true));
+  std::vector<std::string> calls;
+  for (const std::string& name : mac.log.names()) {
+    if (name == "ne.start" || name == "ne.stop") {
+      calls.push_back(name);
+    }
+  }
+  if (connectLoadFirst) {
+    EXPECT_THAT(calls, ElementsAre("ne.start", "ne.stop"));
+  } else {
+    EXPECT_THAT(calls, ElementsAre("ne.stop", "ne.start"));
+  }
+  EXPECT_EQ(status(), connectLoadFirst ? platform::kVpnStatusDisconnected
+                                       : platform::kVpnStatusConnected);
+  EXPECT_EQ(savedVpn()->fields.onDemandEnabled, !connectLoadFirst);
+}
+
+INSTANTIATE_TEST_SUITE_P(ConnectLoadFirst,
+                         DisconnectRacingConnectTest,
+                         ::testing::Bool());
+
 TEST_F(TunnelTest, OneObserverAtATimeOnTheLatestLoad) {
   for (int i = 0; i < 3; ++i) {
     callMain("prepare");

@@ -85,9 +85,9 @@ TEST_F(ExtensionActivationTest, CallbacksForOtherRequestsAreIgnored) {
 TEST_F(ExtensionActivationTest, ReplacementIsAlwaysReplace) {
   connect();
   answer(0, ActivationOutcome::kReplace);
-  EXPECT_EQ(mac.systemExtensions.replacementAnswers,
-            std::vector<platform::ReplacementAction>{
-                platform::ReplacementAction::kReplace});
+  auto answers = mac.log.named("sysext.replace");
+  ASSERT_EQ(answers.size(), 1u);
+  EXPECT_EQ(*find(answers[0].details, "action"), Value("replace"));
 }
 
 TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {

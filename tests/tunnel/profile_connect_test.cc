@@ -200,14 +200,49 @@ TEST_F(TunnelTest, PrepareAnswersWhetherTheLoadWorked) {
   EXPECT_TRUE(mac.systemExtensions.submitted().empty());
 }
 
-TEST_F(TunnelTest, NoReplyOnceThePluginIsGone) {
-  ReplyPtr connect = callMain("connect", dict({{"config", kValidConfig}}));
-  ReplyPtr prepare = callMain("prepare");
-  teardown();
+// Two connects overlap and the Mac finishes the second's save first: each
+// call is answered when its own chain ends, with its own outcome, and the
+// save that completes last is what stays saved.
+class OverlappingConnectsTest : public TunnelTest,
+                                public ::testing::WithParamInterface<bool> {};
+
+TEST_P(OverlappingConnectsTest, EachChainAnswersItsOwnCall) {
+  const bool firstSaveFails = GetParam();
+  ASSERT_THAT(connectWith({}), IsValue(true));
+  auto to = [](const char* endpoint) {
+    std::string config = kValidConfig;
+    config.replace(config.find("vpn.example.com:51820"), 21, endpoint);
+    return dict({{"config", config}});
+  };
+  mac.holds.hold({"save"});
+  ReplyPtr first = connectWith(to("first.example.com:1"));
+  ReplyPtr second = connectWith(to("second.example.com:2"));
+  const auto held = mac.holds.held();
+  ASSERT_EQ(held.size(), 2u);
+  mac.holds.release(held[1].id);
   runUntilIdle();
-  EXPECT_THAT(connect, IsUnanswered());
-  EXPECT_THAT(prepare, IsUnanswered());
+  EXPECT_THAT(first, IsUnanswered());
+  EXPECT_THAT(second, IsValue(true));
+  mac.holds.release(held[0].id, firstSaveFails
+                                    ? std::optional<std::string>("Disk full.")
+                                    : std::nullopt);
+  runUntilIdle();
+  if (firstSaveFails) {
+    EXPECT_THAT(first, IsError("SAVE_FAILED", "Disk full."));
+  } else {
+    EXPECT_THAT(first, IsValue(true));
+  }
+  EXPECT_EQ(mac.networkExtension.saved().size(), 1u);
+  EXPECT_EQ(savedVpn()->fields.protocol->serverAddress,
+            firstSaveFails ? "second.example.com:2" : "first.example.com:1");
 }
+
+INSTANTIATE_TEST_SUITE_P(FirstSave,
+                         OverlappingConnectsTest,
+                         ::testing::Bool(),
+                         [](const auto& test) {
+                           return test.param ? "Fails" : "Succeeds";
+                         });
 
 }  // namespace
 }  // namespace movaro::testing

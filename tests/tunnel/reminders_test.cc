@@ -120,6 +120,30 @@ TEST_P(RemindersTest, FailedAdditionsAreReportedOnceAndTheRestStay) {
                           "halvorn.subscription.5"));
 }
 
+// The additions' callbacks come back in every order: the reply waits for
+// the last of them and reports the failure that came last.
+TEST_P(RemindersTest, AdditionsAnsweredInEveryOrder) {
+  std::vector<size_t> order = {0, 1, 2};
+  do {
+    mac.holds.hold({"notificationAdd"});
+    ReplyPtr reply = sync({reminder(1, 60), reminder(2, 60), reminder(3, 60)});
+    const auto held = mac.holds.held();
+    ASSERT_EQ(held.size(), 3u);
+    std::string lastFailure;
+    for (size_t addition : order) {
+      EXPECT_THAT(reply, IsUnanswered());
+      std::string failure = "No room for " + std::to_string(addition) + ".";
+      if (addition != 1) {  // the middle one succeeds
+        lastFailure = failure;
+      }
+      mac.holds.release(held[addition].id,
+                        addition != 1 ? std::optional(failure) : std::nullopt);
+      settle();
+    }
+    EXPECT_THAT(reply, IsError("REMINDER_SCHEDULE_FAILED", lastFailure));
+  } while (std::next_permutation(order.begin(), order.end()));
+}
+
 TEST_P(RemindersTest, ANonListArgumentIsAnEmptyList) {
   EXPECT_THAT(callMain("syncSubscriptionReminders",
                        dict({{"reminders", ValueList{reminder(1, 60), 5}}})),

@@ -16,6 +16,16 @@ std::optional<Value> SimMainBundle::objectForInfoDictionaryKey(
   return value ? std::optional<Value>(*value) : std::nullopt;
 }
 
+void SimMainBundle::setIdentifier(
+    const std::optional<std::string>& identifier) {
+  contents.identifier = identifier;
+  if (identifier) {
+    contents.info[Value("CFBundleIdentifier")] = *identifier;
+  } else {
+    contents.info.erase(Value("CFBundleIdentifier"));
+  }
+}
+
 bool SimFileManager::fileExists(const std::string& path) const {
   std::string trimmed = path;
   while (trimmed.size() > 1 && trimmed.back() == '/') {

@@ -40,6 +40,8 @@ class SimMainBundle : public platform::MainBundle {
   std::optional<Value> objectForInfoDictionaryKey(
       const std::string& key) const override;
   std::string bundlePath() const override { return path; }
+  // The identifier and its CFBundleIdentifier entry, which change together.
+  void setIdentifier(const std::optional<std::string>& identifier);
 
   BundleContents contents;
   std::string path;

@@ -2,87 +2,11 @@
 
 #include <thread>
 
-#include "bridge/arguments.h"
-
 namespace movaro::sim {
 namespace {
 
 using platform::MaybeError;
-using platform::OnDemandRule;
 using platform::PlatformError;
-using platform::TunnelProtocol;
-
-Value protocolToValue(const TunnelProtocol& protocol) {
-  if (!protocol.isTunnelProvider) {
-    return dict({{"kind", "other"}});
-  }
-  ValueMap map = dict({{"kind", "tunnelProvider"},
-                       {"includeAllNetworks", protocol.includeAllNetworks}});
-  if (protocol.providerBundleIdentifier) {
-    map[Value("providerBundleIdentifier")] = *protocol.providerBundleIdentifier;
-  }
-  if (protocol.serverAddress) {
-    map[Value("serverAddress")] = *protocol.serverAddress;
-  }
-  if (protocol.providerConfiguration) {
-    map[Value("providerConfiguration")] = *protocol.providerConfiguration;
-  }
-  return map;
-}
-
-TunnelProtocol protocolFromValue(const Arguments& fields) {
-  TunnelProtocol protocol;
-  protocol.isTunnelProvider =
-      fields.string("kind").value_or("tunnelProvider") == "tunnelProvider";
-  protocol.providerBundleIdentifier = fields.string("providerBundleIdentifier");
-  protocol.serverAddress = fields.string("serverAddress");
-  protocol.includeAllNetworks =
-      fields.boolean("includeAllNetworks").value_or(false);
-  if (auto config = fields.raw("providerConfiguration");
-      config && isStringKeyedMap(*config)) {
-    protocol.providerConfiguration = *config->getIf<ValueMap>();
-  }
-  return protocol;
-}
-
-Value rulesToValue(const std::vector<OnDemandRule>& rules) {
-  ValueList list;
-  for (const OnDemandRule& rule : rules) {
-    ValueMap map =
-        dict({{"action", rule.action == OnDemandRule::Action::kConnect
-                             ? "connect"
-                             : "disconnect"}});
-    if (!rule.ssidMatch.empty()) {
-      ValueList ssids(rule.ssidMatch.begin(), rule.ssidMatch.end());
-      map[Value("ssidMatch")] = std::move(ssids);
-    }
-    list.emplace_back(std::move(map));
-  }
-  return list;
-}
-
-std::vector<OnDemandRule> rulesFromValue(const Value* value) {
-  std::vector<OnDemandRule> rules;
-  const auto* list = value ? value->getIf<ValueList>() : nullptr;
-  for (const Value& element : list ? *list : ValueList()) {
-    Arguments rule(element);
-    OnDemandRule parsed;
-    parsed.action = rule.string("action").value_or("connect") == "disconnect"
-                        ? OnDemandRule::Action::kDisconnect
-                        : OnDemandRule::Action::kConnect;
-    if (auto ssids = rule.raw("ssidMatch")) {
-      if (const auto* names = ssids->getIf<ValueList>()) {
-        for (const Value& name : *names) {
-          if (const auto* s = name.getIf<std::string>()) {
-            parsed.ssidMatch.push_back(*s);
-          }
-        }
-      }
-    }
-    rules.push_back(parsed);
-  }
-  return rules;
-}
 
 // Removes its observer when destroyed, as the notification centre's token
 // does on macOS.
@@ -106,30 +30,11 @@ class SimObserverToken : public platform::ObserverToken {
   const std::thread::id madeOn_ = std::this_thread::get_id();
 };
 
+PlatformError configurationError(const std::string& message) {
+  return PlatformError{"NEConfigurationErrorDomain", 1, message, {}};
+}
+
 }  // namespace
-
-Value profileFieldsToValue(const ProfileFields& fields) {
-  ValueMap map = dict({{"localizedDescription", fields.description},
-                       {"isEnabled", fields.enabled},
-                       {"isOnDemandEnabled", fields.onDemandEnabled},
-                       {"onDemandRules", rulesToValue(fields.rules)}});
-  map[Value("protocolConfiguration")] =
-      fields.protocol ? protocolToValue(*fields.protocol) : Value();
-  return map;
-}
-
-ProfileFields profileFieldsFromValue(const Value& value) {
-  Arguments fields(value);
-  ProfileFields result;
-  if (auto protocol = fields.raw("protocolConfiguration")) {
-    result.protocol = protocolFromValue(Arguments(*protocol));
-  }
-  result.description = fields.string("localizedDescription").value_or("");
-  result.enabled = fields.boolean("isEnabled").value_or(false);
-  result.onDemandEnabled = fields.boolean("isOnDemandEnabled").value_or(false);
-  result.rules = rulesFromValue(find(fields.map(), "onDemandRules"));
-  return result;
-}
 
 MaybeError SimConnection::startVPNTunnel(
     const std::optional<ValueMap>& options) {
@@ -141,7 +46,7 @@ MaybeError SimConnection::startVPNTunnel(
   if (MaybeError failure = owner_.takeFailure("start")) {
     return failure;
   }
-  scripted_.clear();
+  restartScript();
   setStatus(platform::kVpnStatusConnecting);
   auto weak = weak_from_this();
   if (owner_.dropDelay) {
@@ -149,20 +54,51 @@ MaybeError SimConnection::startVPNTunnel(
         *owner_.dropDelay, [weak, error = owner_.dropError] {
           if (auto self = weak.lock()) {
             self->lastDisconnectError = error;
-            self->scripted_.clear();
+            self->restartScript();
             self->setStatus(platform::kVpnStatusDisconnected);
           }
         }));
   }
-  if (owner_.connectDelay) {
-    scripted_.push_back(
-        owner_.dispatch().postAfter(*owner_.connectDelay, [weak] {
-          if (auto self = weak.lock()) {
-            self->setStatus(platform::kVpnStatusConnected);
-          }
-        }));
-  }
+  transition("start", owner_.connectDelay, platform::kVpnStatusConnected,
+             platform::kVpnStatusDisconnected);
   return std::nullopt;
+}
+
+void SimConnection::restartScript() {
+  scripted_.clear();
+  ++script_;
+}
+
+void SimConnection::transition(const std::string& operation,
+                               const std::optional<Duration>& delay,
+                               int status,
+                               int onFailure) {
+  auto weak = weak_from_this();
+  if (!owner_.holds().holds(operation)) {
+    if (delay) {
+      scripted_.push_back(owner_.dispatch().postAfter(*delay, [weak, status] {
+        if (auto self = weak.lock()) {
+          self->setStatus(status);
+        }
+      }));
+    }
+    return;
+  }
+  owner_.holds().passOnMain(
+      operation, dict({{"profile", profileId}}),
+      [weak, operation, script = script_, status,
+       onFailure](const SimHolds::Failure& failure) {
+        auto self = weak.lock();
+        if (!self || self->script_ != script) {
+          return;
+        }
+        // A start that fails leaves its error for fetchLastDisconnectError.
+        if (failure && operation == "start") {
+          self->lastDisconnectError =
+              PlatformError{"NEVPNConnectionErrorDomain", 1, *failure, {}};
+        }
+        self->setStatus(failure ? onFailure : status);
+      });
 }
 
 void SimConnection::stopVPNTunnel() {
@@ -171,24 +107,26 @@ void SimConnection::stopVPNTunnel() {
       status_ == platform::kVpnStatusInvalid) {
     return;
   }
-  scripted_.clear();
+  // A stop released with a failure leaves the tunnel as it was.
+  int before = status_;
+  restartScript();
   setStatus(platform::kVpnStatusDisconnecting);
-  auto weak = weak_from_this();
-  if (owner_.stopDelay) {
-    scripted_.push_back(owner_.dispatch().postAfter(*owner_.stopDelay, [weak] {
-      if (auto self = weak.lock()) {
-        self->setStatus(platform::kVpnStatusDisconnected);
-      }
-    }));
-  }
+  transition("stop", owner_.stopDelay, platform::kVpnStatusDisconnected,
+             before);
 }
 
 void SimConnection::fetchLastDisconnectError(
     platform::ErrorCompletion completion) {
   owner_.log().record("ne.fetchLastDisconnectError",
                       dict({{"profile", profileId}}));
-  owner_.dispatch().post([completion = std::move(completion),
-                          error = lastDisconnectError] { completion(error); });
+  owner_.holds().passOnMain(
+      "lastDisconnectError", dict({{"profile", profileId}}),
+      [completion = std::move(completion),
+       error = lastDisconnectError](const SimHolds::Failure& failure) {
+        completion(failure ? MaybeError(PlatformError{
+                                 "NEVPNErrorDomain", 1, *failure, {}})
+                           : error);
+      });
 }
 
 MaybeError SimConnection::sendProviderMessage(
@@ -216,6 +154,16 @@ MaybeError SimConnection::sendProviderMessage(
   if (answer.silent) {
     return std::nullopt;
   }
+  if (owner_.holds().holds("providerMessage")) {
+    // Released with a failure, the handler gets no bytes.
+    owner_.holds().passOnMain(
+        "providerMessage", dict({{"profile", profileId}, {"message", text}}),
+        [handler = std::move(responseHandler),
+         reply = answer.reply](const SimHolds::Failure& failure) {
+          handler(failure ? std::nullopt : reply);
+        });
+    return std::nullopt;
+  }
   owner_.dispatch()
       .postAfter(answer.delay, [handler = std::move(responseHandler),
                                 reply = answer.reply] { handler(reply); })
@@ -235,25 +183,40 @@ void SimTunnelProfile::saveToPreferences(platform::ErrorCompletion completion) {
     details[Value("profile")] = *savedId_;
   }
   owner_.log().record("ne.save", details);
-  if (!failure) {
-    savedId_ = owner_.save(savedId_, fields_, connection_);
-  }
-  owner_.dispatch().post(
-      [completion = std::move(completion), failure] { completion(failure); });
+  details.erase(Value("fields"));
+  // What is saved is the profile as it was when asked; it is written when
+  // the completion comes.
+  owner_.holds().passOnMain(
+      "save", std::move(details),
+      [self = shared_from_this(), fields = fields_, failure,
+       completion = std::move(completion)](const SimHolds::Failure& released) {
+        MaybeError error = released ? configurationError(*released) : failure;
+        if (!error) {
+          self->savedId_ =
+              self->owner_.save(self->savedId_, fields, self->connection_);
+        }
+        completion(error);
+      });
 }
 
 void SimTunnelProfile::loadFromPreferences(
     platform::ErrorCompletion completion) {
   MaybeError failure = owner_.takeFailure("reload");
-  owner_.log().record("ne.reload",
-                      savedId_ ? dict({{"profile", *savedId_}}) : ValueMap());
-  if (!failure && savedId_) {
-    if (SavedProfile* saved = owner_.savedProfile(*savedId_)) {
-      fields_ = saved->fields;
-    }
-  }
-  owner_.dispatch().post(
-      [completion = std::move(completion), failure] { completion(failure); });
+  ValueMap details = savedId_ ? dict({{"profile", *savedId_}}) : ValueMap();
+  owner_.log().record("ne.reload", details);
+  owner_.holds().passOnMain(
+      "reload", std::move(details),
+      [self = shared_from_this(), failure,
+       completion = std::move(completion)](const SimHolds::Failure& released) {
+        MaybeError error = released ? configurationError(*released) : failure;
+        if (!error && self->savedId_) {
+          if (SavedProfile* saved =
+                  self->owner_.savedProfile(*self->savedId_)) {
+            self->fields_ = saved->fields;
+          }
+        }
+        completion(error);
+      });
 }
 
 void SimNetworkExtension::loadAllFromPreferences(
@@ -261,17 +224,22 @@ void SimNetworkExtension::loadAllFromPreferences(
                        const MaybeError&)> completion) {
   log_.record("ne.loadAll");
   MaybeError failure = takeFailure("loadAll");
-  std::optional<platform::TunnelProfiles> profiles;
-  if (!failure) {
-    profiles.emplace();
-    for (const SavedProfile& saved : saved_) {
-      profiles->push_back(std::make_shared<SimTunnelProfile>(
-          *this, saved.id, saved.fields, saved.connection));
-    }
-  }
-  dispatch_.post([completion = std::move(completion), profiles, failure] {
-    completion(profiles, failure);
-  });
+  // The profiles are read when the completion comes.
+  holds_.passOnMain(
+      "loadAll", {},
+      [this, failure,
+       completion = std::move(completion)](const SimHolds::Failure& released) {
+        MaybeError error = released ? configurationError(*released) : failure;
+        std::optional<platform::TunnelProfiles> profiles;
+        if (!error) {
+          profiles.emplace();
+          for (const SavedProfile& saved : saved_) {
+            profiles->push_back(std::make_shared<SimTunnelProfile>(
+                *this, saved.id, saved.fields, saved.connection));
+          }
+        }
+        completion(profiles, error);
+      });
 }
 
 std::shared_ptr<platform::TunnelProfile> SimNetworkExtension::makeProfile() {
@@ -324,7 +292,7 @@ MaybeError SimNetworkExtension::takeFailure(const std::string& operation) {
   if (it == failures.end()) {
     return std::nullopt;
   }
-  PlatformError error{"NEConfigurationErrorDomain", 1, it->second.message, {}};
+  PlatformError error = configurationError(it->second.message);
   if (it->second.times > 0 && --it->second.times == 0) {
     failures.erase(it);
   }

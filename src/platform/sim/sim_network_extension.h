@@ -14,10 +14,13 @@
 #include "platform/network_extension.h"
 #include "platform/sim/os_log.h"
 #include "platform/sim/sim_dispatch.h"
+#include "platform/sim/sim_holds.h"
 
 namespace movaro::sim {
 
+class SimConnection;
 class SimNetworkExtension;
+
 
 // What a profile holds, saved or not.
 struct ProfileFields {
@@ -78,12 +81,25 @@ class SimConnection : public platform::TunnelConnection,
   platform::MaybeError lastDisconnectError;
 
  private:
+  // Forgets what an earlier start or stop had scripted.
+  void restartScript();
+  // Moves to `status` once the held or timed transition comes, unless a
+  // later start or stop has come first.
+  void transition(const std::string& operation,
+                  const std::optional<Duration>& delay,
+                  int status,
+                  int onFailure);
+
   SimNetworkExtension& owner_;
   int status_;
   std::vector<TimerHandle> scripted_;
+  // Counts starts, stops and drops; a held transition of an earlier one is
+  // stale.
+  int64_t script_ = 0;
 };
 
-class SimTunnelProfile : public platform::TunnelProfile {
+class SimTunnelProfile : public platform::TunnelProfile,
+                         public std::enable_shared_from_this<SimTunnelProfile> {
  public:
   SimTunnelProfile(SimNetworkExtension& owner,
                    std::optional<int64_t> savedId,
@@ -145,8 +161,8 @@ struct SavedProfile {
 
 class SimNetworkExtension : public platform::NetworkExtension {
  public:
-  SimNetworkExtension(SimDispatch& dispatch, OsLog& log)
-      : dispatch_(dispatch), log_(log) {}
+  SimNetworkExtension(SimDispatch& dispatch, OsLog& log, SimHolds& holds)
+      : dispatch_(dispatch), log_(log), holds_(holds) {}
 
   void loadAllFromPreferences(
       std::function<void(const std::optional<platform::TunnelProfiles>&,
@@ -197,6 +213,7 @@ class SimNetworkExtension : public platform::NetworkExtension {
   void notifyStatus(const SimConnection& connection);
   SimDispatch& dispatch() { return dispatch_; }
   OsLog& log() { return log_; }
+  SimHolds& holds() { return holds_; }
   int64_t save(std::optional<int64_t> id,
                const ProfileFields& fields,
                const std::shared_ptr<SimConnection>& connection);
@@ -204,6 +221,7 @@ class SimNetworkExtension : public platform::NetworkExtension {
  private:
   SimDispatch& dispatch_;
   OsLog& log_;
+  SimHolds& holds_;
   int64_t nextId_ = 1;
   std::vector<SavedProfile> saved_;
   // Shared with the tokens, which may outlive this object.

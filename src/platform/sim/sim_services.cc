@@ -41,18 +41,31 @@ void SimServiceManagement::openSystemSettingsLoginItems() {
   log_.record("sm.openSystemSettingsLoginItems");
 }
 
+std::optional<std::string> SimWifi::currentSsid() const {
+  bool authorised = location_.status == platform::kLocationAuthorizedAlways ||
+                    location_.status == platform::kLocationAuthorizedWhenInUse;
+  if (!hasInterface || (system_.version.major >= 14 && !authorised)) {
+    return std::nullopt;
+  }
+  return ssid;
+}
+
 std::shared_ptr<platform::LocationManager> SimLocation::makeLocationManager() {
   auto manager = std::make_shared<SimLocationManager>(*this);
   managers_.push_back(manager);
   return manager;
 }
 
-void SimLocation::decide(int newStatus) {
-  status = newStatus;
-  std::erase_if(managers_, [](const auto& weak) { return weak.expired(); });
-  for (const auto& weak : managers_) {
-    notify(weak.lock());
-  }
+void SimLocation::decide(int decision) {
+  holds_.pass("locationDecision", dict({{"status", decision}}),
+              [this, decision](const SimHolds::Failure& failure) {
+                status = failure ? platform::kLocationDenied : decision;
+                std::erase_if(managers_,
+                              [](const auto& weak) { return weak.expired(); });
+                for (const auto& weak : managers_) {
+                  notify(weak.lock());
+                }
+              });
 }
 
 void SimLocation::notify(const std::shared_ptr<SimLocationManager>& manager) {
@@ -92,14 +105,22 @@ void SimNotificationCenter::requestAuthorization(
                                                {"sound", options.sound},
                                                {"badge", options.badge}}));
   bool granted = authorization == Authorization::kGranted;
-  platform::MaybeError error;
+  std::optional<std::string> failure;
   if (authorization == Authorization::kFailing) {
-    error =
-        platform::PlatformError{"UNErrorDomain", 1, authorizationFailure, {}};
+    failure = authorizationFailure;
   }
-  deliver([completion = std::move(completion), granted, error] {
-    completion(granted, error);
-  });
+  holds_.pass("notificationAuthorization", {},
+              [this, completion = std::move(completion), granted,
+               failure](const SimHolds::Failure& released) {
+                platform::MaybeError error;
+                if (released || failure) {
+                  error = platform::PlatformError{
+                      "UNErrorDomain", 1, released.value_or(*failure), {}};
+                }
+                deliver([completion, granted = granted && !released, error] {
+                  completion(granted, error);
+                });
+              });
 }
 
 void SimNotificationCenter::add(const platform::NotificationRequest& request,
@@ -110,23 +131,33 @@ void SimNotificationCenter::add(const platform::NotificationRequest& request,
                               {"sound", request.defaultSound},
                               {"interval", request.timeInterval},
                               {"repeats", request.repeats}}));
-  platform::MaybeError error;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto failure = addFailures.find(request.identifier);
-    if (failure == addFailures.end()) {
-      failure = addFailures.find("*");
-    }
-    if (failure != addFailures.end()) {
-      error = platform::PlatformError{"UNErrorDomain", 2, failure->second, {}};
-    } else {
-      std::erase_if(pending_, [&request](const auto& p) {
-        return p.identifier == request.identifier;
+  holds_.pass(
+      "notificationAdd", dict({{"identifier", request.identifier}}),
+      [this, request,
+       completion = std::move(completion)](const SimHolds::Failure& released) {
+        std::optional<std::string> failure = released;
+        {
+          std::lock_guard<std::mutex> lock(mutex_);
+          auto scripted = addFailures.find(request.identifier);
+          if (scripted == addFailures.end()) {
+            scripted = addFailures.find("*");
+          }
+          if (!failure && scripted != addFailures.end()) {
+            failure = scripted->second;
+          }
+          if (!failure) {
+            std::erase_if(pending_, [&request](const auto& p) {
+              return p.identifier == request.identifier;
+            });
+            pending_.push_back(request);
+          }
+        }
+        platform::MaybeError error;
+        if (failure) {
+          error = platform::PlatformError{"UNErrorDomain", 2, *failure, {}};
+        }
+        deliver([completion, error] { completion(error); });
       });
-      pending_.push_back(request);
-    }
-  }
-  deliver([completion = std::move(completion), error] { completion(error); });
 }
 
 std::vector<platform::NotificationRequest>

@@ -14,6 +14,8 @@
 #include "platform/service_management.h"
 #include "platform/sim/os_log.h"
 #include "platform/sim/sim_dispatch.h"
+#include "platform/sim/sim_foundation.h"
+#include "platform/sim/sim_holds.h"
 #include "platform/user_notifications.h"
 #include "platform/wifi_location.h"
 #include "platform/wireguard.h"
@@ -44,24 +46,32 @@ class SimServiceManagement : public platform::ServiceManagement {
   OsLog& log_;
 };
 
+class SimLocation;
+
+// From macOS 14 the network name is read only with location access.
 class SimWifi : public platform::WifiClient {
  public:
-  std::optional<std::string> currentSsid() const override {
-    return hasInterface ? ssid : std::nullopt;
-  }
+  SimWifi(const SimSystemInfo& system, const SimLocation& location)
+      : system_(system), location_(location) {}
+  std::optional<std::string> currentSsid() const override;
   bool hasInterface = true;
   std::optional<std::string> ssid;
+
+ private:
+  const SimSystemInfo& system_;
+  const SimLocation& location_;
 };
 
 class SimLocationManager;
 
 class SimLocation : public platform::Location {
  public:
-  SimLocation(SimDispatch& dispatch, OsLog& log)
-      : dispatch_(dispatch), log_(log) {}
+  SimLocation(SimDispatch& dispatch, OsLog& log, SimHolds& holds)
+      : dispatch_(dispatch), log_(log), holds_(holds) {}
   std::shared_ptr<platform::LocationManager> makeLocationManager() override;
 
-  // The user's decision: every live manager's delegate hears of it.
+  // The user's decision: every live manager's delegate hears of it. Held,
+  // it comes when released; released with a failure, access is denied.
   void decide(int status);
   int status = platform::kLocationNotDetermined;
 
@@ -72,6 +82,7 @@ class SimLocation : public platform::Location {
  private:
   SimDispatch& dispatch_;
   OsLog& log_;
+  SimHolds& holds_;
   std::vector<std::weak_ptr<SimLocationManager>> managers_;
 };
 
@@ -93,8 +104,8 @@ class SimLocationManager
 
 class SimNotificationCenter : public platform::NotificationCenter {
  public:
-  SimNotificationCenter(SimDispatch& dispatch, OsLog& log)
-      : dispatch_(dispatch), log_(log) {}
+  SimNotificationCenter(SimDispatch& dispatch, OsLog& log, SimHolds& holds)
+      : dispatch_(dispatch), log_(log), holds_(holds) {}
   ~SimNotificationCenter() override { joinCallbacks(); }
   void removePendingNotificationRequests(
       const std::vector<std::string>& identifiers) override;
@@ -121,6 +132,7 @@ class SimNotificationCenter : public platform::NotificationCenter {
 
   SimDispatch& dispatch_;
   OsLog& log_;
+  SimHolds& holds_;
   mutable std::mutex mutex_;
   std::vector<platform::NotificationRequest> pending_;
   std::vector<std::thread> threads_;

@@ -51,6 +51,13 @@ bool SimSystemExtensions::answer(size_t index, ActivationOutcome outcome) {
         replacementAnswers.push_back(delegate->actionForReplacingExtension(
             request, {request.identifier(), "1", "1.0"},
             {request.identifier(), "2", "2.0"}));
+        log_.record(
+            "sysext.replace",
+            dict({{"identifier", request.identifier()},
+                  {"action", replacementAnswers.back() ==
+                                     platform::ReplacementAction::kReplace
+                                 ? "replace"
+                                 : "cancel"}}));
         break;
     }
   });

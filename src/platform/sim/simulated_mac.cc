@@ -13,11 +13,13 @@ SimulatedMac::SimulatedMac()
       log(dispatch),
       defaults(log),
       workspace(log),
-      networkExtension(dispatch, log),
+      networkExtension(dispatch, log, holds),
       systemExtensions(dispatch, log),
       serviceManagement(log),
-      location(dispatch, log),
-      notifications(dispatch, log) {
+      wifi(system, location),
+      location(dispatch, log, holds),
+      notifications(dispatch, log, holds),
+      holds(dispatch) {
   mainBundle.contents.identifier = kBundleIdentifier;
   mainBundle.contents.info = dict({{"CFBundleShortVersionString", "1.4.2"},
                                    {"CFBundleVersion", "142"},

@@ -8,6 +8,7 @@
 #include "platform/sim/os_log.h"
 #include "platform/sim/sim_dispatch.h"
 #include "platform/sim/sim_foundation.h"
+#include "platform/sim/sim_holds.h"
 #include "platform/sim/sim_network_extension.h"
 #include "platform/sim/sim_services.h"
 #include "platform/sim/sim_system_extensions.h"
@@ -49,6 +50,8 @@ class SimulatedMac {
   SimLocation location;
   SimNotificationCenter notifications;
   SimKeys keys;
+  // Last, so that completions still held go before the services they use.
+  SimHolds holds;
 };
 
 }  // namespace movaro::sim
