@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include <optional>
 
 #include "bridge/standard_codec.h"
 #include "bridge/value.h"
@@ -11,30 +10,24 @@
 namespace movaro {
 namespace {
 
-std::vector<Value> keysOf(const ValueMap& map) {
-  std::vector<Value> keys;
-  for (const auto& [key, value] : map) {
-    keys.push_back(key);
-  }
-  return keys;
-}
-
 TEST(ValueMapTest, KeepsKeysInOrderWhateverTheInsertionOrder) {
   ValueMap map;
   map[Value("b")] = 2;
   map.emplace(Value("a"), Value(1));
   map.insert_or_assign(Value("d"), Value(4));
-  map.emplace_hint(map.end(), Value("c"), Value(3));  // Not last: searched.
+  map.emplace_hint(map.end(), Value("cz"), Value(3));  // Not last: searched.
   map.emplace_hint(map.end(), Value("e"), Value(5));
   map[Value(int32_t{7})] = "number key";  // Other kinds order by kind.
-  EXPECT_EQ(keysOf(map),
-            (std::vector<Value>{int32_t{7}, "a", "b", "c", "d", "e"}));
-  EXPECT_EQ(map.at(Value("c")), Value(3));
+  EXPECT_EQ(map, (ValueMap{{Value(int32_t{7}), Value("number key")},
+                           {Value("a"), Value(1)},
+                           {Value("b"), Value(2)},
+                           {Value("cz"), Value(3)},
+                           {Value("d"), Value(4)},
+                           {Value("e"), Value(5)}}));
+  EXPECT_EQ(map.at(Value("cz")), Value(3));
   EXPECT_EQ(map.count(Value("z")), 0u);
   EXPECT_EQ(map.erase(Value("a")), 1u);
   EXPECT_EQ(map.erase(Value("a")), 0u);
-  EXPECT_EQ(map.find(Value("a")), map.end());
-  EXPECT_EQ(map.size(), 5u);
 }
 
 TEST(ValueMapTest, DuplicatesFollowTheirOperation) {
@@ -45,21 +38,10 @@ TEST(ValueMapTest, DuplicatesFollowTheirOperation) {
   EXPECT_FALSE(map.insert_or_assign(Value("k"), Value(3)).second);
   EXPECT_EQ(map.at(Value("k")), Value(3));
   map.emplace_hint(map.end(), Value("k"), Value(4));  // Present: kept.
-  EXPECT_EQ(map.at(Value("k")), Value(3));
+  EXPECT_EQ(map, (ValueMap{{Value("k"), Value(3)}}));
 
   const ValueMap listed{{Value("x"), Value(1)}, {Value("x"), Value(2)}};
-  EXPECT_EQ(listed.at(Value("x")), Value(1));
-
-  ValueMap::Entries entries;
-  for (int i = 0; i < 6; ++i) {
-    entries.emplace_back(Value(std::string(1, static_cast<char>('f' - i % 3))),
-                         Value(i));
-  }
-  const ValueMap built = ValueMap::fromEntries(std::move(entries));
-  // "f" got 0 then 3, "e" 1 then 4, "d" 2 then 5: the last wins.
-  EXPECT_EQ(built, (ValueMap{{Value("d"), Value(5)},
-                             {Value("e"), Value(4)},
-                             {Value("f"), Value(3)}}));
+  EXPECT_EQ(listed, (ValueMap{{Value("x"), Value(1)}}));
 }
 
 TEST(ValueMapTest, ComparesAsOrderedEntries) {
@@ -68,13 +50,13 @@ TEST(ValueMapTest, ComparesAsOrderedEntries) {
   const ValueMap longer{{Value("a"), Value(1)}, {Value("b"), Value(0)}};
   EXPECT_LT(small, larger);
   EXPECT_LT(small, longer);
-  EXPECT_FALSE(larger < small);
+  EXPECT_FALSE(small < small);
   EXPECT_EQ(small, (ValueMap{{Value("a"), Value(1)}}));
-  EXPECT_NE(small, larger);
 }
 
 // A message whose map lists its keys in reverse order, with a repeated
-// key, decodes to the same map as repeated insertion would build.
+// key, decodes to the same map as repeated insertion would build, and in
+// O(n log n).
 TEST(ValueMapTest, DecodedMapsMatchInsertionWhateverTheKeyOrder) {
   constexpr int kKeys = 20000;
   Bytes message{0x0d, 0xfe};  // A map, with a three-byte size.
@@ -82,13 +64,11 @@ TEST(ValueMapTest, DecodedMapsMatchInsertionWhateverTheKeyOrder) {
   message.push_back(static_cast<uint8_t>(count & 0xff));
   message.push_back(static_cast<uint8_t>(count >> 8));
   auto add = [&message](int32_t key, int32_t value) {
-    message.push_back(0x03);  // int32 key
-    for (int shift = 0; shift < 32; shift += 8) {
-      message.push_back(static_cast<uint8_t>(key >> shift));
-    }
-    message.push_back(0x03);  // int32 value
-    for (int shift = 0; shift < 32; shift += 8) {
-      message.push_back(static_cast<uint8_t>(value >> shift));
+    for (int32_t number : {key, value}) {
+      message.push_back(0x03);  // int32
+      for (int shift = 0; shift < 32; shift += 8) {
+        message.push_back(static_cast<uint8_t>(number >> shift));
+      }
     }
   };
   for (int32_t key = kKeys; key > 0; --key) {
@@ -103,7 +83,6 @@ TEST(ValueMapTest, DecodedMapsMatchInsertionWhateverTheKeyOrder) {
   const std::optional<Value> decoded = StandardMessageCodec::decode(message);
   ASSERT_TRUE(decoded.has_value());
   EXPECT_EQ(*decoded, Value(expected));
-  EXPECT_EQ(decoded->getIf<ValueMap>()->size(), static_cast<size_t>(kKeys));
 }
 
 }  // namespace
