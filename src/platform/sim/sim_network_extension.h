@@ -21,7 +21,6 @@ namespace movaro::sim {
 class SimConnection;
 class SimNetworkExtension;
 
-
 // What a profile holds, saved or not.
 struct ProfileFields {
   std::optional<platform::TunnelProtocol> protocol;
