@@ -181,16 +181,8 @@ void DesktopMeshPlugin::onProfilesLoaded(
     completion(*this, false);
     return;
   }
-  const std::string identifier = providerIdentifier();
-  std::shared_ptr<platform::TunnelProfile> match;
-  for (const auto& profile : profiles.value_or(platform::TunnelProfiles())) {
-    auto protocol = profile->protocolConfiguration();
-    if (protocol && protocol->isTunnelProvider &&
-        protocol->providerBundleIdentifier == identifier) {
-      match = profile;
-      break;
-    }
-  }
+  std::shared_ptr<platform::TunnelProfile> match =
+      platform::findTunnelProfile(profiles, providerIdentifier());
   manager = match ? match : services_.networkExtension.makeProfile();
   completion(*this, true);
 }

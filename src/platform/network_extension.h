@@ -87,6 +87,12 @@ class TunnelProfile {
 
 using TunnelProfiles = std::vector<std::shared_ptr<TunnelProfile>>;
 
+// The first saved profile whose tunnel-provider protocol names the provider
+// bundle identifier; null when there is none.
+std::shared_ptr<TunnelProfile> findTunnelProfile(
+    const std::optional<TunnelProfiles>& profiles,
+    const std::string& providerBundleIdentifier);
+
 // A registration with the notification centre. Destroying the token
 // removes it, so an owner that goes away leaves no observer behind.
 class ObserverToken {

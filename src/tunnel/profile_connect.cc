@@ -36,16 +36,8 @@ void MovaroPlatformPlugin::onProfilesLoaded(
     completion(*this, false);
     return;
   }
-  const std::string identifier = extensionIdentifier();
-  std::shared_ptr<platform::TunnelProfile> match;
-  for (const auto& profile : profiles.value_or(platform::TunnelProfiles())) {
-    auto protocol = profile->protocolConfiguration();
-    if (protocol && protocol->isTunnelProvider &&
-        protocol->providerBundleIdentifier == identifier) {
-      match = profile;
-      break;
-    }
-  }
+  std::shared_ptr<platform::TunnelProfile> match =
+      platform::findTunnelProfile(profiles, extensionIdentifier());
   hasSavedConfiguration = match != nullptr;
   tunnelManager = match ? match : services_.networkExtension.makeProfile();
   observeStatus(tunnelManager);

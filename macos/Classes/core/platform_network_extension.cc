@@ -1,0 +1,2 @@
+// Compiles src/platform/network_extension.cc into the plugin pod.
+#include "../../../src/platform/network_extension.cc"
