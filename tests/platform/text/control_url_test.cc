@@ -41,9 +41,9 @@ void expectVerdicts(bool parses,
   }
 }
 
-// Any port (even empty) and path; a host in any form the grammar allows,
-// percent-encoded or an IP literal.
-TEST(ControlUrlTest, ControlServerUrls) {
+TEST(ControlUrlTest, VerdictsOnUrlsAndOtherText) {
+  // Control server URLs: any port (even empty) and path; a host in any form
+  // the grammar allows, percent-encoded or an IP literal.
   expectVerdicts(
       true, true,
       {"https://control.example.com",
@@ -55,11 +55,9 @@ TEST(ControlUrlTest, ControlServerUrls) {
        "https://[1:2:3:4:5:6:1.2.3.4]/", "https://[::ffff:192.0.2.128]/",
        "https://[FEDC:BA98::7654:3210]/", "https://[v1.fe80::a+en1]/",
        "https://[V7.x]/"});
-}
-
-// Other schemes, user information (even empty), a query or fragment (even
-// empty), no host, and relative references (RFC 3986 section 5.4).
-TEST(ControlUrlTest, UrlsOfNoControlServer) {
+  // URLs of no control server: other schemes, user information (even
+  // empty), a query or fragment (even empty), no host, and relative
+  // references (RFC 3986 section 5.4).
   expectVerdicts(
       true, false,
       {"http://control.example.com", "HTTPS://control.example.com",
@@ -68,9 +66,7 @@ TEST(ControlUrlTest, UrlsOfNoControlServer) {
        "https://@control.example.com/", "https://", "https:control.example.com",
        "//control.example.com", "g:h", "./g", "g;x?y#s", "", "../..",
        "../../../../g", "g;x=1/./y", "g?y/./x", "g#s/../x"});
-}
-
-TEST(ControlUrlTest, RefusesTextOutsideTheGrammar) {
+  // Text outside the grammar.
   expectVerdicts(
       false, false,
       {"https://exa mple.com/", " https://example.com", "1https://example.com/",
