@@ -4,16 +4,14 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace movaro::platform {
 namespace {
 
 TEST(ControlUrlTest, SplitsIntoComponentsAsWritten) {
   const std::nullopt_t no = std::nullopt;
-  const struct {
-    std::string text;
-    UrlParts parts;
-  } kRows[] = {
+  const std::pair<std::string, UrlParts> kRows[] = {
       {"foo://example.com:8042/over/there?name=ferret#nose",
        {"foo", no, "example.com", "8042", "/over/there", "name=ferret",
         "nose"}},
@@ -26,9 +24,8 @@ TEST(ControlUrlTest, SplitsIntoComponentsAsWritten) {
       {"http:g", {"http", no, no, no, "g", no, no}},
       {"g#s?t", {no, no, no, no, "g", no, "s?t"}},  // '?' in the fragment
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.text);
-    EXPECT_EQ(parseUrl(row.text), row.parts);
+  for (const auto& [text, parts] : kRows) {
+    EXPECT_EQ(parseUrl(text), parts) << text;
   }
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <tuple>
 
 namespace movaro::platform {
 namespace {
@@ -30,11 +31,8 @@ std::string viaIcu(std::string_view bytes) {
 }
 
 TEST(UnicodeTextTest, TrimsFoundationsWhitespaceAndNewlines) {
-  const struct {
-    char32_t scalar;
-    bool whitespaceOrNewline;
-    bool whitespace;
-  } kTestCases[] = {
+  // Each scalar: whether it is white space or a newline, whether white space.
+  const std::tuple<char32_t, bool, bool> kScalars[] = {
       {U'\t', true, true},    {U'\n', true, false},   {0x0B, true, false},
       {U'\r', true, false},   {U' ', true, true},     {0x85, true, false},
       {0xA0, true, true},     {0x1680, true, true},   {0x3000, true, true},
@@ -42,16 +40,16 @@ TEST(UnicodeTextTest, TrimsFoundationsWhitespaceAndNewlines) {
       {0x200B, false, false}, {0x180E, false, false}, {0x1C, false, false},
       {0xFFFD, false, false},
   };
-  for (const auto& test : kTestCases) {
-    SCOPED_TRACE(static_cast<uint32_t>(test.scalar));
-    EXPECT_EQ(isWhitespaceOrNewline(test.scalar), test.whitespaceOrNewline);
-    EXPECT_EQ(isWhitespace(test.scalar), test.whitespace);
+  for (const auto& [scalar, whitespaceOrNewline, whitespace] : kScalars) {
+    SCOPED_TRACE(static_cast<uint32_t>(scalar));
+    EXPECT_EQ(isWhitespaceOrNewline(scalar), whitespaceOrNewline);
+    EXPECT_EQ(isWhitespace(scalar), whitespace);
     std::string padded;
-    appendUtf8(padded, test.scalar);
+    appendUtf8(padded, scalar);
     padded += "x" + padded;
     EXPECT_EQ(trimWhitespaceAndNewlines(padded),
-              test.whitespaceOrNewline ? "x" : padded);
-    EXPECT_EQ(trimSpacesAndTabs(padded), test.whitespace ? "x" : padded);
+              whitespaceOrNewline ? "x" : padded);
+    EXPECT_EQ(trimSpacesAndTabs(padded), whitespace ? "x" : padded);
   }
   // Trimming keeps inner white space and ill-formed bytes.
   EXPECT_EQ(trimWhitespaceAndNewlines(" a \u00A0 b\r\n"), "a \u00A0 b");

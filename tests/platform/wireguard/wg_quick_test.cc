@@ -6,6 +6,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -76,10 +77,7 @@ void expectReadings(Read read,
 
 // The platform parser's verdicts, one row per rule of our wg-quick notes.
 TEST(WgQuickTest, AcceptedTexts) {
-  const struct {
-    std::string text;
-    int peers;
-  } kRows[] = {
+  const std::pair<std::string, size_t> kRows[] = {
       {kBase, 1},
       {replaced(kBase, "\n", " \t\r\n"), 1},
       {replaced(replaced(kBase, kPriv, kPriv + " # mine"), "[Interface]",
@@ -98,20 +96,16 @@ TEST(WgQuickTest, AcceptedTexts) {
       {replaced(kIP, "PrivateKey", "Private\u212Aey"), 1},
       {inI("Address = fe80::1%a,\u0301b"), 1},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE("row " + std::to_string(&row - kRows));
-    EXPECT_EQ(parsed(row.text).peers.size(), static_cast<size_t>(row.peers));
+  for (const auto& [text, peers] : kRows) {
+    EXPECT_EQ(parsed(text).peers.size(), peers)
+        << ::testing::PrintToString(text);
   }
 }
 
 TEST(WgQuickTest, RejectedTexts) {
   using enum WgQuickFailure;
   const std::string many(1000000, '=');
-  const struct {
-    std::string text;
-    WgQuickFailure failure;
-    std::string subject;
-  } kRows[] = {
+  const std::tuple<std::string, WgQuickFailure, std::string> kRows[] = {
       {"[ Interface ]\n" + kP, kInvalidLine, "[ Interface ]"},
       {kI + "; comment\n" + kP, kInvalidLine, "; comment"},
       {inI("MTU =\u0301 1"), kInvalidLine, "MTU =\u0301 1"},
@@ -148,12 +142,12 @@ TEST(WgQuickTest, RejectedTexts) {
       {"Cafe\u0301 = 1\nCAF\u00C9 = 2\n" + kIP, kMultipleEntriesForKey,
        "CAF\u00C9"},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE("row " + std::to_string(&row - kRows));
-    const auto error = validateWgQuickConfig(row.text, "n");
+  for (const auto& [text, failure, subject] : kRows) {
+    SCOPED_TRACE(::testing::PrintToString(text.substr(0, 60)));
+    const auto error = validateWgQuickConfig(text, "n");
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->failure, row.failure) << error->message;
-    EXPECT_EQ(error->subject, row.subject);
+    EXPECT_EQ(error->failure, failure) << error->message;
+    EXPECT_EQ(error->subject, subject);
   }
 }
 
@@ -310,10 +304,7 @@ TEST(WgQuickTest, RangesSplitAtTheLastSlash) {
 TEST(WgQuickTest, Messages) {
   const std::string secret = "c2VjcmV0LXNlY3JldC1zZWNyZXQtc2VjcmV0LXNlY3I";
   const std::string base64 = " (expected 44 characters of base64).";
-  const struct {
-    std::string text;
-    std::string message;
-  } kRows[] = {
+  const std::pair<std::string, std::string> kRows[] = {
       {"\uFEFF" + kIP, "Invalid line: '\\u{FEFF}[Interface]'."},
       {"a\u00A0b\x01\n" + kIP, "Invalid line: 'a\\u{A0}b\\u{1}'."},
       {kIP + std::string(81, 'x'),
@@ -333,11 +324,10 @@ TEST(WgQuickTest, Messages) {
       {inP("PresharedKey = " + secret),
        "The [Peer] section has an invalid PresharedKey" + base64},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.text);
-    const auto error = validateWgQuickConfig(row.text, "n");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->message, row.message);
+  for (const auto& [text, message] : kRows) {
+    const auto error = validateWgQuickConfig(text, "n");
+    ASSERT_TRUE(error) << text;
+    EXPECT_EQ(error->message, message);
   }
 }
 
