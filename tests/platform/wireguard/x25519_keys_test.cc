@@ -82,7 +82,6 @@ TEST(X25519KeysTest, GeneratedKeysAreClampedAndDiffer) {
     keys.insert(key);
   }
   EXPECT_EQ(keys.size(), 64u);
-  EXPECT_NE(publicKeyFor(*keys.begin()), publicKeyFor(*keys.rbegin()));
 }
 
 // What `wg pubkey` prints for a base64 private key; empty when it failed.
