@@ -399,22 +399,16 @@ TEST(StringsFileTest, ParsesOldStyleText) {
   for (const auto& [text, expected] : kParsed) {
     EXPECT_EQ(parseOldStyleDictionary(text), expected) << text;
   }
-  const std::string kRefused[] = {
-      "k = \"a\"",
-      "k = \"open;",
-      "/* open",
-      "k = a+b;",
-      "( a, b )",
-      "{ a = b; } c",
-      "{ a = b }",
-      "k = \"\\200\";",
-      "k = \"\\U\";",
-      "k = <abc>;",
-      "k = " + repeat("(", 65) + repeat(")", 65) + ";",
-      "= v;"};
-  for (const std::string& text : kRefused) {
+  // Refused, nesting deeper than 64 levels included.
+  for (const std::string text :
+       {"k = \"a\"", "k = \"open;", "/* open", "k = a+b;", "( a, b )",
+        "{ a = b; } c", "{ a = b }", "k = \"\\200\";", "k = \"\\U\";",
+        "k = <abc>;", "= v;"}) {
     EXPECT_EQ(parseOldStyleDictionary(text), std::nullopt) << text;
   }
+  EXPECT_EQ(
+      parseOldStyleDictionary("k = " + repeat("(", 65) + repeat(")", 65) + ";"),
+      std::nullopt);
 }
 
 TEST(StringsFileTest, DecodesTextEncodings) {
