@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 #include <sys/stat.h>
+#include <unicode/unistr.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -57,27 +57,12 @@ std::string toBinary(const std::string& xml) {
 
 // UTF-8 text as UTF-16 with a byte-order mark.
 std::string utf16(const std::string& text, bool bigEndian) {
+  const auto units = icu::UnicodeString::fromUTF8("\uFEFF" + text);
   std::string out;
-  auto unit = [&](uint32_t u) {
-    const char hi = static_cast<char>(u >> 8), lo = static_cast<char>(u);
-    out += bigEndian ? hi : lo;
-    out += bigEndian ? lo : hi;
-  };
-  unit(0xfeff);
-  for (size_t i = 0; i < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[i]);
-    const int extra = lead < 0x80 ? 0 : lead < 0xe0 ? 1 : lead < 0xf0 ? 2 : 3;
-    uint32_t c = extra == 0 ? lead : lead & (0x3f >> extra);
-    for (int k = 1; k <= extra; ++k) {
-      c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3f);
-    }
-    i += static_cast<size_t>(extra) + 1;
-    if (c >= 0x10000) {
-      unit(0xd800 + ((c - 0x10000) >> 10));
-      unit(0xdc00 + ((c - 0x10000) & 0x3ff));
-    } else {
-      unit(c);
-    }
+  for (int32_t i = 0; i < units.length(); ++i) {
+    const char16_t unit = units[i];
+    out += static_cast<char>(bigEndian ? unit >> 8 : unit);
+    out += static_cast<char>(bigEndian ? unit : unit >> 8);
   }
   return out;
 }
@@ -85,11 +70,8 @@ std::string utf16(const std::string& text, bool bigEndian) {
 class AppBundlesTest : public ::testing::Test {
  protected:
   AppBundlesTest() {
-    static std::atomic<int> counter{0};
-    root_ = fs::temp_directory_path() /
-            ("movaro-bundles-" + std::to_string(::getpid()) + "-" +
-             std::to_string(counter++));
-    fs::create_directories(root_);
+    std::string pattern = fs::temp_directory_path() / "movaro-bundles-XXXXXX";
+    root_ = ::mkdtemp(pattern.data());
   }
   ~AppBundlesTest() override {
     std::error_code ignored;
@@ -103,9 +85,6 @@ class AppBundlesTest : public ::testing::Test {
     fs::create_directories((root_ / relative).parent_path());
     std::ofstream(root_ / relative, std::ios::binary) << bytes;
   }
-  void folder(const std::string& relative) {
-    fs::create_directories(root_ / relative);
-  }
   // An application bundle in the macOS layout.
   void app(const std::string& relative, const std::string& body) {
     write(relative + "/Contents/Info.plist", xmlPlist(body));
@@ -114,10 +93,14 @@ class AppBundlesTest : public ::testing::Test {
                                const Entries& languages = {"en"}) {
     return openBundleAt(path(relative), languages);
   }
-  Entries expected(const Entries& relatives) const {
-    Entries out;
-    for (const std::string& relative : relatives) {
-      out.push_back(path(relative));
+  // The walk below a folder: paths relative to it, joined by spaces.
+  std::string walk(const std::string& from = "") const {
+    const std::string prefix = path(from) + "/";
+    const Entries entries = enumerateFolder(path(from)).value();
+    std::string out;
+    for (const std::string& entry : entries) {
+      out += (out.empty() ? "" : " ") +
+             (entry.starts_with(prefix) ? entry.substr(prefix.size()) : entry);
     }
     return out;
   }
@@ -125,49 +108,30 @@ class AppBundlesTest : public ::testing::Test {
   fs::path root_;
 };
 
+// Packages (by their extension, in any case) and links are yielded but
+// never entered.
 TEST_F(AppBundlesTest, WalksEveryDepthInNameOrderSkippingHiddenAndPackages) {
-  app("Zed.app", entry("CFBundleIdentifier", "z"));
-  app("Utilities/Terminal.app", entry("CFBundleIdentifier", "t"));
-  app("Outer.app/Contents/Helpers/Inner.app", entry("CFBundleIdentifier", "i"));
-  app(".Hidden.app", entry("CFBundleIdentifier", "h"));
-  app(".cache/Deep.app", entry("CFBundleIdentifier", "d"));
-  app("Utilities/.Secret.app", entry("CFBundleIdentifier", "s"));
-  write("Utilities/readme.txt", "text");
-  folder("Empty");
-  EXPECT_EQ(
-      enumerateFolder(path()),
-      expected({"Empty", "Outer.app", "Utilities", "Utilities/Terminal.app",
-                "Utilities/readme.txt", "Zed.app"}));
-  // A trailing slash does not double the separators.
-  EXPECT_EQ(enumerateFolder(path() + "/"), enumerateFolder(path()));
-}
-
-TEST_F(AppBundlesTest, PackagesAreYieldedButNotEntered) {
-  const char* packages[] = {
-      "A.app",   "B.APP", "C.bundle", "D.plugin",          "E.kext",
-      "F.appex", "G.xpc", "H.Bundle", "I.systemextension", "J.qlgenerator"};
-  for (const char* name : packages) {
-    write(std::string(name) + "/Contents/inside.txt", "x");
+  for (const std::string name :
+       {"A.app", "B.APP", "C.bundle", "D.plugin", "E.kext", "F.appex", "G.xpc",
+        "H.Bundle", "I.systemextension", "J.qlgenerator", "Lib.framework",
+        "Folder.d", "Outer.app/Contents/Helpers/Inner.app",
+        "Utilities/Terminal.app", ".Hidden.app", ".cache/Deep.app",
+        "Utilities/.Secret.app"}) {
+    write(name + "/inside.txt", "x");
   }
-  write("Lib.framework/Resources/inside.txt", "x");
-  write("Folder.d/inside.txt", "x");
-  Entries wanted = expected(
-      {"A.app", "B.APP", "C.bundle", "D.plugin", "E.kext", "F.appex",
-       "Folder.d", "Folder.d/inside.txt", "G.xpc", "H.Bundle",
-       "I.systemextension", "J.qlgenerator", "Lib.framework",
-       "Lib.framework/Resources", "Lib.framework/Resources/inside.txt"});
-  EXPECT_EQ(enumerateFolder(path()), wanted);
-}
-
-TEST_F(AppBundlesTest, LinksAreYieldedButNeverFollowed) {
-  app("Real/Tool.app", entry("CFBundleIdentifier", "t"));
+  write("Utilities/readme.txt", "text");
+  fs::create_directories(root_ / "Empty");
   fs::create_directory_symlink(root_, root_ / "Loop");
-  fs::create_directory_symlink(root_ / "Real", root_ / "Alias");
-  EXPECT_EQ(enumerateFolder(path()),
-            expected({"Alias", "Loop", "Real", "Real/Tool.app"}));
-  // The starting folder itself may be a link.
-  EXPECT_EQ(enumerateFolder(path("Alias")),
-            Entries{path("Alias") + "/Tool.app"});
+  fs::create_directory_symlink(root_ / "Utilities", root_ / "Alias");
+  EXPECT_EQ(walk(),
+            "A.app Alias B.APP C.bundle D.plugin E.kext Empty F.appex Folder.d "
+            "Folder.d/inside.txt G.xpc H.Bundle I.systemextension "
+            "J.qlgenerator Lib.framework Lib.framework/inside.txt Loop "
+            "Outer.app Utilities Utilities/Terminal.app Utilities/readme.txt");
+  // A trailing slash does not double the separators; the starting folder
+  // itself may be a link.
+  EXPECT_EQ(enumerateFolder(path() + "/"), enumerateFolder(path()));
+  EXPECT_EQ(walk("Alias"), "Terminal.app readme.txt");
 }
 
 TEST_F(AppBundlesTest, FoldersThatCannotBeOpened) {
@@ -175,7 +139,7 @@ TEST_F(AppBundlesTest, FoldersThatCannotBeOpened) {
   EXPECT_EQ(enumerateFolder(path("missing")), std::nullopt);
   EXPECT_EQ(enumerateFolder(path("file.txt")), std::nullopt);
   EXPECT_EQ(enumerateFolder(""), std::nullopt);
-  folder("Empty");
+  fs::create_directories(root_ / "Empty");
   EXPECT_EQ(enumerateFolder(path("Empty")), Entries{});
   if (::geteuid() == 0) {
     GTEST_SKIP() << "permissions do not apply to root";
@@ -183,7 +147,7 @@ TEST_F(AppBundlesTest, FoldersThatCannotBeOpened) {
   app("locked/Hidden.app", entry("CFBundleIdentifier", "h"));
   fs::permissions(root_ / "locked", fs::perms::none);
   // An unreadable folder inside is yielded and passed over.
-  EXPECT_EQ(enumerateFolder(path()), expected({"Empty", "file.txt", "locked"}));
+  EXPECT_EQ(walk(), "Empty file.txt locked");
 }
 
 const std::string kTypedEntries =
@@ -222,31 +186,15 @@ TEST_F(AppBundlesTest, ReadsXmlAndBinaryInformationLists) {
   }
 }
 
-TEST_F(AppBundlesTest, IdentifierMustBeAString) {
+// Only folders are bundles; the list is found in the macOS, flat or old
+// layout, its macOS variant first; the identifier must be a string.
+TEST_F(AppBundlesTest, FindsTheInformationListAsFoundationDoes) {
   app("None.app", entry("CFBundleName", "None"));
   app("Number.app", "<key>CFBundleIdentifier</key><integer>3</integer>");
-  EXPECT_EQ(open("None.app")->bundleIdentifier(), std::nullopt);
-  EXPECT_EQ(open("None.app")->objectForInfoDictionaryKey("CFBundleName"),
-            Value("None"));
-  EXPECT_EQ(open("Number.app")->bundleIdentifier(), std::nullopt);
-}
-
-TEST_F(AppBundlesTest, FoldersAreBundlesAndNothingElseIs) {
   write("file.app", "x");
-  folder("Bare.app");
-  EXPECT_EQ(open("missing.app"), nullptr);
-  EXPECT_EQ(open("file.app"), nullptr);
-  EXPECT_EQ(openBundleAt("", {"en"}), nullptr);
-  folder("Fifo.app/Contents");
+  fs::create_directories(root_ / "Bare.app");
+  fs::create_directories(root_ / "Fifo.app/Contents");
   ASSERT_EQ(::mkfifo(path("Fifo.app/Contents/Info.plist").c_str(), 0600), 0);
-  EXPECT_EQ(open("Fifo.app")->bundleIdentifier(), std::nullopt);
-  auto bare = open("Bare.app");
-  ASSERT_NE(bare, nullptr);
-  EXPECT_EQ(bare->bundleIdentifier(), std::nullopt);
-  EXPECT_EQ(bare->objectForInfoDictionaryKey("CFBundleName"), std::nullopt);
-}
-
-TEST_F(AppBundlesTest, LayoutsAndPlatformVariants) {
   write("Flat.app/Info.plist", xmlPlist(entry("CFBundleIdentifier", "flat")));
   write("Old.bundle/Resources/Info.plist",
         xmlPlist(entry("CFBundleIdentifier", "old")));
@@ -254,16 +202,29 @@ TEST_F(AppBundlesTest, LayoutsAndPlatformVariants) {
   write("Both.app/Contents/Info-macos.plist",
         xmlPlist(entry("CFBundleIdentifier", "mac") + entry("Name", "plain") +
                  entry("Name-macos", "for mac")));
-  write("Outer.app/Contents/Info.plist",
-        xmlPlist(entry("CFBundleIdentifier", "outer")));
-  EXPECT_EQ(open("Flat.app")->bundleIdentifier(), "flat");
-  EXPECT_EQ(open("Old.bundle")->bundleIdentifier(), "old");
-  auto both = open("Both.app");
-  EXPECT_EQ(both->bundleIdentifier(), "mac");
-  EXPECT_EQ(both->objectForInfoDictionaryKey("Name"), Value("for mac"));
-  EXPECT_EQ(both->objectForInfoDictionaryKey("Name-macos"), std::nullopt);
+  app("Outer.app", entry("CFBundleIdentifier", "outer"));
+  const std::pair<const char*, std::optional<std::string>> kIdentifiers[] = {
+      {"None.app", std::nullopt}, {"Number.app", std::nullopt},
+      {"Fifo.app", std::nullopt}, {"Bare.app", std::nullopt},
+      {"Flat.app", "flat"},       {"Old.bundle", "old"},
+      {"Both.app", "mac"},        {"Outer.app", "outer"}};
+  for (const auto& [relative, identifier] : kIdentifiers) {
+    auto bundle = open(relative);
+    ASSERT_NE(bundle, nullptr) << relative;
+    EXPECT_EQ(bundle->bundleIdentifier(), identifier) << relative;
+  }
+  EXPECT_EQ(open("missing.app"), nullptr);
+  EXPECT_EQ(open("file.app"), nullptr);
+  EXPECT_EQ(openBundleAt("", {"en"}), nullptr);
+  EXPECT_EQ(open("None.app")->objectForInfoDictionaryKey("CFBundleName"),
+            Value("None"));
+  EXPECT_EQ(open("Bare.app")->objectForInfoDictionaryKey("CFBundleName"),
+            std::nullopt);
+  EXPECT_EQ(open("Both.app")->objectForInfoDictionaryKey("Name"),
+            Value("for mac"));
+  EXPECT_EQ(open("Both.app")->objectForInfoDictionaryKey("Name-macos"),
+            std::nullopt);
   // The inside of another bundle is not a flat bundle of its own.
-  EXPECT_EQ(open("Outer.app")->bundleIdentifier(), "outer");
   EXPECT_EQ(openBundleAt(path("Outer.app/Contents"), {})->bundleIdentifier(),
             std::nullopt);
 }
@@ -271,28 +232,25 @@ TEST_F(AppBundlesTest, LayoutsAndPlatformVariants) {
 // A binary list of nested arrays: object i holds object i + 1 `fanout`
 // times; the last one is empty.
 std::string nestedBinary(int depth, int fanout = 1) {
-  std::string bytes = "bplist00", table;
-  auto be32 = [](std::string& out, uint32_t v) {
-    for (int shift = 24; shift >= 0; shift -= 8) {
-      out += static_cast<char>(v >> shift);
+  const auto bigEndian = [](uint64_t value, int size) {
+    std::string out;
+    for (int k = size - 1; k >= 0; --k) {
+      out += static_cast<char>(value >> (8 * k));
     }
+    return out;
   };
+  std::string bytes = "bplist00", table;
   for (int i = 0; i <= depth; ++i) {
-    be32(table, static_cast<uint32_t>(bytes.size()));
+    table += bigEndian(bytes.size(), 4);
     bytes += static_cast<char>(0xa0 | (i < depth ? fanout : 0));
     for (int k = 0; i < depth && k < fanout; ++k) {
-      be32(bytes, static_cast<uint32_t>(i + 1));
+      bytes += bigEndian(i + 1, 4);
     }
   }
-  const size_t tableAt = bytes.size();
-  bytes += table;
-  std::string trailer(32, '\0');
-  trailer[6] = trailer[7] = 4;
-  for (int k = 0; k < 4; ++k) {
-    trailer[15 - k] = static_cast<char>((depth + 1) >> (8 * k));
-    trailer[31 - k] = static_cast<char>(tableAt >> (8 * k));
-  }
-  return bytes + trailer;
+  // The trailer: 4-byte offsets and references, the object count, the top
+  // object (0) and where the offset table starts.
+  return bytes + table + std::string(6, '\0') + "\x04\x04" +
+         bigEndian(depth + 1, 8) + bigEndian(0, 8) + bigEndian(bytes.size(), 8);
 }
 
 // A binary list whose nested dictionary has a key with a NUL in place of
@@ -364,81 +322,64 @@ TEST_F(AppBundlesTest, LocalisedEntriesInEveryStringsForm) {
               Value("Cafe"));
     EXPECT_EQ(bundle->bundleIdentifier(), "cafe");
   }
+  // A malformed file leaves the raw entries, whatever other files say.
+  write("Cafe.app/Contents/Resources/en.lproj/InfoPlist.strings",
+        "CFBundleName = \"Broken\"\nOther = \"x\";");
+  write("Cafe.app/Contents/Resources/Base.lproj/InfoPlist.strings",
+        "CFBundleName = \"Base\";");
+  EXPECT_EQ(open("Cafe.app")->objectForInfoDictionaryKey("CFBundleName"),
+            Value("Raw"));
 }
 
-struct LocalisationCase {
-  const char* name;
-  Entries languages;
-  Entries stringsIn;  // Folders (under Resources) holding InfoPlist.strings.
-  Entries emptyLprojs;
-  const char* expected;           // The folder whose file is read; "" for none.
-  const char* region = "German";  // CFBundleDevelopmentRegion.
-};
-
 TEST_F(AppBundlesTest, ChoosesTheLocalisationAsFoundationDoes) {
-  const LocalisationCase cases[] = {
-      {"first preference", {"fr", "en"}, {"fr.lproj", "en.lproj"}, {}, "fr"},
-      {"second preference", {"de", "en"}, {"fr.lproj", "en.lproj"}, {}, "en"},
-      {"legacy name", {"en"}, {"English.lproj"}, {}, "English"},
-      {"tag before legacy", {"en"}, {"English.lproj", "en.lproj"}, {}, "en"},
-      {"region falls back", {"en-GB"}, {"en.lproj", "fr.lproj"}, {}, "en"},
-      {"underscore region",
-       {"pt-BR"},
-       {"pt_BR.lproj", "pt.lproj"},
-       {},
-       "pt_BR"},
-      {"development region", {"ja"}, {"fr.lproj", "de.lproj"}, {}, "de"},
-      {"global wins", {"fr"}, {"fr.lproj", "."}, {}, "global"},
-      {"base before region",
-       {"fr"},
-       {"Base.lproj", "de.lproj"},
-       {"fr"},
-       "Base"},
-      {"chosen lacks file", {"fr"}, {"de.lproj"}, {"fr"}, "de"},
+  const struct {
+    const char* name;
+    Entries languages;
+    Entries stringsIn;  // Folders holding InfoPlist.strings, "" for Resources.
+    Entries emptyIn;    // Folders holding no strings file.
+    const char* expected;  // The folder whose file is read; "" for none.
+    const char* region = "German";  // CFBundleDevelopmentRegion.
+  } kCases[] = {
+      {"first preference", {"fr", "en"}, {"fr", "en"}, {}, "fr"},
+      {"second preference", {"de", "en"}, {"fr", "en"}, {}, "en"},
+      {"legacy name", {"en"}, {"English"}, {}, "English"},
+      {"tag before legacy", {"en"}, {"English", "en"}, {}, "en"},
+      {"region falls back", {"en-GB"}, {"en", "fr"}, {}, "en"},
+      {"underscore region", {"pt-BR"}, {"pt_BR", "pt"}, {}, "pt_BR"},
+      {"development region", {"ja"}, {"fr", "de"}, {}, "de"},
+      {"global wins", {"fr"}, {"fr", ""}, {}, "global"},
+      {"base before region", {"fr"}, {"Base", "de"}, {"fr"}, "Base"},
+      {"chosen lacks file", {"fr"}, {"de"}, {"fr"}, "de"},
       {"nothing to read", {"fr"}, {}, {"fr", "de"}, ""},
-      {"region by its tag", {"fr"}, {"de.lproj"}, {"fr", "Base"}, "de", "de"},
-      {"region by a shorter tag", {"fr"}, {"de.lproj"}, {"fr"}, "de", "de-AT"},
-      {"region spelled as the choice", {"fr"}, {"fr.lproj"}, {}, "fr", "FR"},
-      {"preference spelled otherwise", {"FR"}, {"fr.lproj"}, {}, "fr", "de"},
+      {"region by its tag", {"fr"}, {"de"}, {"fr", "Base"}, "de", "de"},
+      {"region by a shorter tag", {"fr"}, {"de"}, {"fr"}, "de", "de-AT"},
+      {"region spelled as the choice", {"fr"}, {"fr"}, {}, "fr", "FR"},
+      {"preference spelled otherwise", {"FR"}, {"fr"}, {}, "fr", "de"},
   };
-  for (const LocalisationCase& c : cases) {
+  for (const auto& c : kCases) {
     SCOPED_TRACE(c.name);
-    const std::string name = std::string(c.name) + ".app";
-    app(name, entry("CFBundleDevelopmentRegion", c.region) +
-                  entry("CFBundleDisplayName", ""));
+    const std::string resources =
+        std::string(c.name) + ".app/Contents/Resources/";
+    app(std::string(c.name) + ".app",
+        entry("CFBundleDevelopmentRegion", c.region) +
+            entry("CFBundleDisplayName", ""));
     for (const std::string& lproj : c.stringsIn) {
-      write(name + "/Contents/Resources/" + lproj + "/InfoPlist.strings",
-            "CFBundleDisplayName = \"" +
-                (lproj == "." ? "global" : lproj.substr(0, lproj.find('.'))) +
+      write(resources + (lproj.empty() ? "" : lproj + ".lproj/") +
+                "InfoPlist.strings",
+            "CFBundleDisplayName = \"" + (lproj.empty() ? "global" : lproj) +
                 "\";");
     }
-    for (const std::string& lproj : c.emptyLprojs) {
-      folder(name + "/Contents/Resources/" + lproj + ".lproj");
+    for (const std::string& lproj : c.emptyIn) {
+      fs::create_directories(root_ / (resources + lproj + ".lproj"));
     }
-    EXPECT_EQ(open(name, c.languages)
+    EXPECT_EQ(open(std::string(c.name) + ".app", c.languages)
                   ->objectForInfoDictionaryKey("CFBundleDisplayName"),
               Value(c.expected));
   }
 }
 
-TEST_F(AppBundlesTest, MalformedStringsFileLeavesRawEntries) {
-  app("Odd.app", entry("CFBundleName", "Raw"));
-  write("Odd.app/Contents/Resources/en.lproj/InfoPlist.strings",
-        "CFBundleName = \"Broken\"\nOther = \"x\";");
-  write("Odd.app/Contents/Resources/Base.lproj/InfoPlist.strings",
-        "CFBundleName = \"Base\";");
-  EXPECT_EQ(open("Odd.app")->objectForInfoDictionaryKey("CFBundleName"),
-            Value("Raw"));
-}
-
-struct ParseCase {
-  std::string text;
-  std::optional<ValueMap> expected;
-};
-
 TEST(StringsFileTest, ParsesOldStyleText) {
-  using Map = std::optional<ValueMap>;
-  const ParseCase cases[] = {
+  const std::pair<std::string, ValueMap> kParsed[] = {
       {"", ValueMap{}},
       {"/* only */ // comments\n", ValueMap{}},
       {"a = b; 'c' = \"d\";", dict({{"a", "b"}, {"c", "d"}})},
@@ -454,23 +395,20 @@ TEST(StringsFileTest, ParsesOldStyleText) {
              {"b", dict({{"c", std::vector<uint8_t>{10, 11}}})}})},
       {"path = /usr/local:bin-1.2_$;",
        dict({{"path", "/usr/local:bin-1.2_$"}})},
-      {"k = \"a\"", Map()},
-      {"k = \"open;", Map()},
-      {"/* open", Map()},
-      {"k = a+b;", Map()},
-      {"( a, b )", Map()},
-      {"{ a = b; } c", Map()},
-      {"{ a = b }", Map()},
-      {"k = \"\\200\";", Map()},
-      {"k = \"\\U\";", Map()},
-      {"k = <abc>;", Map()},
-      {"k = " + repeat("(", 65) + repeat(")", 65) + ";", Map()},
-      {"= v;", Map()},
   };
-  for (const ParseCase& c : cases) {
-    SCOPED_TRACE(c.text);
-    EXPECT_EQ(parseOldStyleDictionary(c.text), c.expected);
+  for (const auto& [text, expected] : kParsed) {
+    EXPECT_EQ(parseOldStyleDictionary(text), expected) << text;
   }
+  // Refused, nesting deeper than 64 levels included.
+  for (const std::string text :
+       {"k = \"a\"", "k = \"open;", "/* open", "k = a+b;", "( a, b )",
+        "{ a = b; } c", "{ a = b }", "k = \"\\200\";", "k = \"\\U\";",
+        "k = <abc>;", "= v;"}) {
+    EXPECT_EQ(parseOldStyleDictionary(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(
+      parseOldStyleDictionary("k = " + repeat("(", 65) + repeat(")", 65) + ";"),
+      std::nullopt);
 }
 
 TEST(StringsFileTest, DecodesTextEncodings) {

@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unicode/ustring.h>
+#include <unicode/unistr.h>
 
 #include <cstdint>
 #include <random>
 #include <string>
-#include <vector>
+#include <tuple>
 
 namespace movaro::platform {
 namespace {
@@ -16,8 +16,7 @@ using ::testing::ElementsAre;
 
 std::string repeat(std::string_view piece, size_t times) {
   std::string out;
-  out.reserve(piece.size() * times);
-  for (size_t i = 0; i < times; ++i) {
+  while (times-- > 0) {
     out += piece;
   }
   return out;
@@ -25,28 +24,15 @@ std::string repeat(std::string_view piece, size_t times) {
 
 // ICU's own UTF-8 reading, for comparison.
 std::string viaIcu(std::string_view bytes) {
-  std::vector<UChar> units(bytes.size() + 1);
-  int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8WithSub(
-      units.data(), static_cast<int32_t>(units.size()), &length, bytes.data(),
-      static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr, &status);
-  EXPECT_TRUE(U_SUCCESS(status));
   std::string out;
-  for (int32_t i = 0; i < length;) {
-    UChar32 c = 0;
-    U16_NEXT(units.data(), i, length, c);
-    appendUtf8(out, static_cast<char32_t>(c));
-  }
-  return out;
+  return icu::UnicodeString::fromUTF8(
+             icu::StringPiece(bytes.data(), static_cast<int32_t>(bytes.size())))
+      .toUTF8String(out);
 }
 
-TEST(UnicodeTextTest, WhitespaceAndNewlinesIsFoundationsSet) {
-  const struct {
-    char32_t scalar;
-    bool whitespaceOrNewline;
-    bool whitespace;
-  } kTestCases[] = {
+TEST(UnicodeTextTest, TrimsFoundationsWhitespaceAndNewlines) {
+  // Each scalar: whether it is white space or a newline, whether white space.
+  const std::tuple<char32_t, bool, bool> kScalars[] = {
       {U'\t', true, true},    {U'\n', true, false},   {0x0B, true, false},
       {U'\r', true, false},   {U' ', true, true},     {0x85, true, false},
       {0xA0, true, true},     {0x1680, true, true},   {0x3000, true, true},
@@ -54,20 +40,18 @@ TEST(UnicodeTextTest, WhitespaceAndNewlinesIsFoundationsSet) {
       {0x200B, false, false}, {0x180E, false, false}, {0x1C, false, false},
       {0xFFFD, false, false},
   };
-  for (const auto& test : kTestCases) {
-    SCOPED_TRACE(static_cast<uint32_t>(test.scalar));
-    EXPECT_EQ(isWhitespaceOrNewline(test.scalar), test.whitespaceOrNewline);
-    EXPECT_EQ(isWhitespace(test.scalar), test.whitespace);
+  for (const auto& [scalar, whitespaceOrNewline, whitespace] : kScalars) {
+    SCOPED_TRACE(static_cast<uint32_t>(scalar));
+    EXPECT_EQ(isWhitespaceOrNewline(scalar), whitespaceOrNewline);
+    EXPECT_EQ(isWhitespace(scalar), whitespace);
     std::string padded;
-    appendUtf8(padded, test.scalar);
+    appendUtf8(padded, scalar);
     padded += "x" + padded;
     EXPECT_EQ(trimWhitespaceAndNewlines(padded),
-              test.whitespaceOrNewline ? "x" : padded);
-    EXPECT_EQ(trimSpacesAndTabs(padded), test.whitespace ? "x" : padded);
+              whitespaceOrNewline ? "x" : padded);
+    EXPECT_EQ(trimSpacesAndTabs(padded), whitespace ? "x" : padded);
   }
-}
-
-TEST(UnicodeTextTest, TrimKeepsInnerTextAndIllFormedBytes) {
+  // Trimming keeps inner white space and ill-formed bytes.
   EXPECT_EQ(trimWhitespaceAndNewlines(" a \u00A0 b\r\n"), "a \u00A0 b");
   EXPECT_EQ(trimWhitespaceAndNewlines(" \t\u2028 "), "");
   // A lone lead byte of NBSP or NEL is not white space.
@@ -106,7 +90,7 @@ TEST(UnicodeTextTest, RandomBytesReadAsIcuReadsThemFromEitherEnd) {
   }
 }
 
-TEST(UnicodeTextTest, SplitLinesAtEverySwiftNewline) {
+TEST(UnicodeTextTest, SplitsAtEverySwiftNewlineAndFindsWholeCharacters) {
   EXPECT_THAT(splitLines("a\r\nb\nc\rd\ve\ff\u0085g\u2028h\u2029i"),
               ElementsAre("a", "b", "c", "d", "e", "f", "g", "h", "i"));
   EXPECT_THAT(splitLines("\n\na\n\r\n  \n"), ElementsAre("a", "  "));
@@ -119,9 +103,7 @@ TEST(UnicodeTextTest, SplitLinesAtEverySwiftNewline) {
   EXPECT_THAT(splitLines("a\xE2\u0085z"), ElementsAre("a\xE2", "z"));
   // U+2028 is a separator, U+2027 and U+202F are not.
   EXPECT_THAT(splitLines("a\u2027b\u202Fc"), ElementsAre("a\u2027b\u202Fc"));
-}
-
-TEST(UnicodeTextTest, FindCharacterSkipsCharactersJoinedToOthers) {
+  // A character joined to others by a mark or joiner is not found.
   constexpr size_t kNone = std::string::npos;
   EXPECT_EQ(findCharacter("#\u0301#", '#'), 3u);    // U+0301 joins the first
   EXPECT_EQ(findCharacter("\u0600#", '#'), kNone);  // prepended mark
@@ -135,15 +117,12 @@ TEST(UnicodeTextTest, FindCharacterSkipsCharactersJoinedToOthers) {
   EXPECT_EQ(findLastCharacter("abc", '/'), kNone);
 }
 
-TEST(UnicodeTextTest, GraphemeCountCountsUserPerceivedCharacters) {
+TEST(UnicodeTextTest, CountsComposesComparesAndOrdersCanonically) {
   EXPECT_EQ(graphemeCount(""), 0u);
   EXPECT_EQ(graphemeCount("e\u0301"), 1u);
   EXPECT_EQ(graphemeCount("\r\n"), 1u);
   EXPECT_EQ(graphemeCount("\U0001F1EB\U0001F1F7"), 1u);  // a flag
   EXPECT_EQ(graphemeCount("\xFF\xFE"), 2u);
-}
-
-TEST(UnicodeTextTest, LongTextIsCountedAndComposedExactly) {
   // Long enough to be handed to ICU in several pieces.
   const std::string unit = "a\U0001F44D\U0001F3FDe\u0301\r\n\u00E9";
   const std::string text = repeat(unit, 20000);
@@ -153,9 +132,6 @@ TEST(UnicodeTextTest, LongTextIsCountedAndComposedExactly) {
   // A run with no place to cut stays whole.
   EXPECT_EQ(graphemeCount(repeat("e\u0301", 50000)), 50000u);
   EXPECT_EQ(toNfc(repeat("e\u0301", 50000)), repeat("\u00E9", 50000));
-}
-
-TEST(UnicodeTextTest, ComposesComparesAndOrdersCanonically) {
   EXPECT_EQ(toNfc("e\u0301"), "\u00E9");
   EXPECT_EQ(toNfc("Home"), "Home");
   EXPECT_EQ(toNfc("\uFB01"), "\uFB01");  // compatibility only: unchanged

@@ -6,6 +6,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -26,16 +27,13 @@ const std::string kBase = kI + "Address = 10.0.0.2/32\nDNS = 1.1.1.1\n\n" + kP +
                           "Endpoint = vpn.example.com:51820\n";
 const std::string kIP = kI + kP;
 
-// The text with each `from` replaced by its `to`, in turn.
-std::string replaced(
-    std::string text,
-    std::initializer_list<std::pair<std::string_view, std::string_view>>
-        edits) {
-  for (const auto& [from, to] : edits) {
-    for (size_t at = text.find(from); at != std::string::npos;
-         at = text.find(from, at + to.size())) {
-      text.replace(at, from.size(), to);
-    }
+// The text with every `from` replaced by `to`.
+std::string replaced(std::string text,
+                     std::string_view from,
+                     std::string_view to) {
+  for (size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
   }
   return text;
 }
@@ -79,44 +77,35 @@ void expectReadings(Read read,
 
 // The platform parser's verdicts, one row per rule of our wg-quick notes.
 TEST(WgQuickTest, AcceptedTexts) {
-  const struct {
-    std::string text;
-    int peers;
-  } kRows[] = {
+  const std::pair<std::string, size_t> kRows[] = {
       {kBase, 1},
-      {replaced(kBase, {{"\n", " \t\r\n"}}), 1},
-      {replaced(kBase, {{kPriv, kPriv + " # mine"},
-                        {"[Interface]", "[Interface] # main"}}),
+      {replaced(kBase, "\n", " \t\r\n"), 1},
+      {replaced(replaced(kBase, kPriv, kPriv + " # mine"), "[Interface]",
+                "[Interface] # main"),
        1},
-      {replaced(kBase, {{"[Interface]", "[INTERFACE]"},
-                        {"PrivateKey", "privatekey"},
-                        {"[Peer]", "[peer]"},
-                        {"AllowedIPs", "allowedips"}}),
+      {"[INTERFACE]\nprivatekey = " + kPriv + "\n[peer]\npublickey = " + kPub1 +
+           "\nallowedips = ::/0",
        1},
       {"PostUp = foo\n" + kIP, 1},  // ignored before any section
       {kIP + "[Interface]", 1},     // a header on the last line opens nothing
       {kI + "[Peer]\n\n\n", 0},
       {kP + kI + "[Peer]\nPublicKey = " + std::string(43, 'I') + "=\n", 2},
       {kI + "Address =\nDNS =\n" + kP + "AllowedIPs =\n", 1},
-      {replaced(kIP, {{kPriv, kPriv + kNul + "junk"}}), 1},  // read to a NUL
+      {replaced(kIP, kPriv, kPriv + kNul + "junk"), 1},  // read to a NUL
       // A Kelvin sign lowercases to 'k'; ',' with a mark is not a comma.
-      {replaced(kIP, {{"PrivateKey", "Private\u212Aey"}}), 1},
+      {replaced(kIP, "PrivateKey", "Private\u212Aey"), 1},
       {inI("Address = fe80::1%a,\u0301b"), 1},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE("row " + std::to_string(&row - kRows));
-    EXPECT_EQ(parsed(row.text).peers.size(), static_cast<size_t>(row.peers));
+  for (const auto& [text, peers] : kRows) {
+    EXPECT_EQ(parsed(text).peers.size(), peers)
+        << ::testing::PrintToString(text);
   }
 }
 
 TEST(WgQuickTest, RejectedTexts) {
   using enum WgQuickFailure;
   const std::string many(1000000, '=');
-  const struct {
-    std::string text;
-    WgQuickFailure failure;
-    std::string subject;
-  } kRows[] = {
+  const std::tuple<std::string, WgQuickFailure, std::string> kRows[] = {
       {"[ Interface ]\n" + kP, kInvalidLine, "[ Interface ]"},
       {kI + "; comment\n" + kP, kInvalidLine, "; comment"},
       {inI("MTU =\u0301 1"), kInvalidLine, "MTU =\u0301 1"},
@@ -130,8 +119,8 @@ TEST(WgQuickTest, RejectedTexts) {
       {"[Interface]\nListenPort = x\n" + kP, kInterfaceHasNoPrivateKey, ""},
       {"[Interface]\nPrivateKey = bad\n[Peer]\nFoo = 1\n",
        kInterfaceHasInvalidPrivateKey, "bad"},
-      {replaced(kIP, {{kPriv, kPriv + " #\u0301"}}),
-       kInterfaceHasInvalidPrivateKey, kPriv + " #\u0301"},
+      {replaced(kIP, kPriv, kPriv + " #\u0301"), kInterfaceHasInvalidPrivateKey,
+       kPriv + " #\u0301"},
       {inI("Address = 256.0.0.1/32"), kInterfaceHasInvalidAddress,
        "256.0.0.1/32"},
       {inI("MTU = 70000"), kInterfaceHasInvalidMtu, "70000"},
@@ -153,12 +142,12 @@ TEST(WgQuickTest, RejectedTexts) {
       {"Cafe\u0301 = 1\nCAF\u00C9 = 2\n" + kIP, kMultipleEntriesForKey,
        "CAF\u00C9"},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE("row " + std::to_string(&row - kRows));
-    const auto error = validateWgQuickConfig(row.text, "n");
+  for (const auto& [text, failure, subject] : kRows) {
+    SCOPED_TRACE(::testing::PrintToString(text.substr(0, 60)));
+    const auto error = validateWgQuickConfig(text, "n");
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->failure, row.failure) << error->message;
-    EXPECT_EQ(error->subject, row.subject);
+    EXPECT_EQ(error->failure, failure) << error->message;
+    EXPECT_EQ(error->subject, subject);
   }
 }
 
@@ -220,7 +209,7 @@ TEST(WgQuickTest, KeysMustBeCanonicalPaddedBase64) {
   EXPECT_EQ(canonical, "AEIMQUYcgkosw048");
 }
 
-TEST(WgQuickTest, IntegersFollowSwiftParsing) {
+TEST(WgQuickTest, IntegersFollowSwiftAndPortsTheResolver) {
   const Rows<uint16_t> kRows = {
       {"0", 0},    {"65535", 65535}, {"00000000000000000009", 9},
       {"+59", 59}, {"-0", 0},
@@ -229,14 +218,12 @@ TEST(WgQuickTest, IntegersFollowSwiftParsing) {
   expectReadings(parseUInt16, kRows,
                  {"-1", "65536", "", "+", "+-1", "1 2", "0x10", "\u0661"});
   expectReadings(parseUInt8, Rows<uint8_t>{{"255", 255}}, {"256"});
-}
-
-TEST(WgQuickTest, PortsFollowTheSystemResolver) {
-  const Rows<uint16_t> kRows = {
+  // Ports as the system resolver reads them.
+  const Rows<uint16_t> kPorts = {
       {"0", 0},  {"+65535", 65535}, {"\t\r 51820", 51820},
       {"-0", 0}, {"https", 443},    {std::string("80\0x", 4), 80},
   };
-  expectReadings(parsePort, kRows,
+  expectReadings(parsePort, kPorts,
                  {"65536", "-1", "51820x", "51820 ", "", " ", "no-such-service",
                   "99999999999999999999999"});
 }
@@ -256,7 +243,7 @@ TEST(WgQuickTest, EndpointShapes) {
        "h\u00E9:1", "[fe80::1%en0]:51820", std::string("a\0b:1", 5)});
 }
 
-TEST(WgQuickTest, Ipv4LiteralsFollowApplesRules) {
+TEST(WgQuickTest, AddressLiteralsFollowApplesRules) {
   using A = std::array<uint8_t, 4>;
   const Rows<A> kRows = {
       {"010.000.000.002", A{10, 0, 0, 2}},  // four parts: decimal
@@ -272,15 +259,12 @@ TEST(WgQuickTest, Ipv4LiteralsFollowApplesRules) {
   expectReadings(parseIpv4Address, kRows,
                  {"1.16777216", "1.2.3.0400", "256.0.0.1", "1.2.3.",
                   "1.2.3.4.5", "08.1", "0x", "1.2.3.4 ", "1.2.3.4%en0", ""});
-}
-
-TEST(WgQuickTest, Ipv6LiteralsFollowApplesRules) {
-  using A = std::array<uint8_t, 16>;
-  const A loopback{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-  const A mapped{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff, 1, 2, 3, 4};
-  const A sevenOnes{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 0};
-  const Rows<A> kRows = {
-      {"::", A{}},
+  using A6 = std::array<uint8_t, 16>;
+  const A6 loopback{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+  const A6 mapped{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff, 1, 2, 3, 4};
+  const A6 sevenOnes{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 0};
+  const Rows<A6> kRows6 = {
+      {"::", A6{}},
       {"0:0:0:0:0:0:0:1", loopback},
       {"00000000000::0000001", loopback},  // more than four digits
       {"::1%", loopback},
@@ -290,7 +274,7 @@ TEST(WgQuickTest, Ipv6LiteralsFollowApplesRules) {
   };
   // Only the last zone is dropped.
   expectReadings(
-      parseIpv6Address, kRows,
+      parseIpv6Address, kRows6,
       {"::1%en0%x", "1:1:1:1:1:1:1:1::", "1:2:3:4:5:6:7", "1:2:3:4:5:6:7:8:9",
        "1:2:3:4:5:6:7:1.2.3.4", "::1.2.3",
        ":1::", "::1:", ":::", "10000::", "::g", "[::1]", "1.2.3.4", "", ":"});
@@ -320,10 +304,7 @@ TEST(WgQuickTest, RangesSplitAtTheLastSlash) {
 TEST(WgQuickTest, Messages) {
   const std::string secret = "c2VjcmV0LXNlY3JldC1zZWNyZXQtc2VjcmV0LXNlY3I";
   const std::string base64 = " (expected 44 characters of base64).";
-  const struct {
-    std::string text;
-    std::string message;
-  } kRows[] = {
+  const std::pair<std::string, std::string> kRows[] = {
       {"\uFEFF" + kIP, "Invalid line: '\\u{FEFF}[Interface]'."},
       {"a\u00A0b\x01\n" + kIP, "Invalid line: 'a\\u{A0}b\\u{1}'."},
       {kIP + std::string(81, 'x'),
@@ -338,16 +319,15 @@ TEST(WgQuickTest, Messages) {
        "The [Peer] section has more than one 'ENDPOINT' entry."},
       {"A = 1\na = 2\n" + kIP,
        "The key 'a' appears more than once before the first section."},
-      {replaced(kIP, {{kPriv, secret}}),
+      {replaced(kIP, kPriv, secret),
        "The [Interface] section has an invalid PrivateKey" + base64},
       {inP("PresharedKey = " + secret),
        "The [Peer] section has an invalid PresharedKey" + base64},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.text);
-    const auto error = validateWgQuickConfig(row.text, "n");
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->message, row.message);
+  for (const auto& [text, message] : kRows) {
+    const auto error = validateWgQuickConfig(text, "n");
+    ASSERT_TRUE(error) << text;
+    EXPECT_EQ(error->message, message);
   }
 }
 
