@@ -1,10 +1,9 @@
-// The host's JSON-lines protocol.
+// The host's JSON-lines protocol, and whole scenarios through it as a script
+// would run them.
 #include "host/host.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -14,18 +13,33 @@
 namespace movaro::host {
 namespace {
 
+constexpr const char* kConfig =
+    R"("[Interface]\nPrivateKey = yAnz5TF+lXXJte14tji3zlMNq+hd2rYUIgJBgB3fBmk=\nAddress = 10.0.0.2/32\n[Peer]\nPublicKey = xTIBA5rboUvnH4htodjb6e697QjLERt1NAB4mZqp8Dg=\nAllowedIPs = 0.0.0.0/0\nEndpoint = vpn.example.com:51820")";
+
 class HostTest : public ::testing::Test {
  protected:
-  std::vector<Json> send(const std::string& line) {
-    size_t before = out.size();
-    host.handleLine(line);
+  // Sends the lines and returns everything written in answer.
+  std::vector<Json> send(const std::vector<std::string>& lines) {
+    const size_t before = out.size();
+    for (const std::string& line : lines) {
+      host.handleLine(line);
+    }
     return std::vector<Json>(out.begin() + static_cast<long>(before),
                              out.end());
   }
   Json one(const std::string& line) {
-    std::vector<Json> lines = send(line);
+    std::vector<Json> lines = send({line});
     EXPECT_EQ(lines.size(), 1u) << line;
     return lines.empty() ? Json() : lines[0];
+  }
+  // The line that answered the call with this id; null when none did.
+  Json reply(int id) const {
+    for (const Json& line : out) {
+      if (line.contains("id") && line["id"] == id) {
+        return line;
+      }
+    }
+    return Json();
   }
 
   std::vector<Json> out;
@@ -90,15 +104,15 @@ TEST_F(HostTest, HostileLinesAreRefusedAndTheHostGoesOn) {
 }
 
 TEST_F(HostTest, NumbersKeepTheirKindBothWays) {
-  Json mainBundle = one(
-      R"({"id":1,"sim":"mainBundle","info":{"a":1,"b":5000000000,"c":1.0,"d":2e3,"e":null}})");
-  EXPECT_EQ(mainBundle["sim"]["info"]["a"].type(),
-            Json::value_t::number_integer);
-  EXPECT_EQ(mainBundle["sim"]["info"]["b"], 5000000000);
-  EXPECT_TRUE(mainBundle["sim"]["info"]["c"].is_number_float());
-  EXPECT_EQ(dumpLine(mainBundle["sim"]["info"]["c"]), "1.0");
-  EXPECT_EQ(dumpLine(mainBundle["sim"]["info"]["d"]), "2000.0");
-  EXPECT_FALSE(mainBundle["sim"]["info"].contains("e"));
+  Json info = one(
+      R"({"id":1,"sim":"mainBundle","info":{"a":1,"b":5000000000,"c":1.0,"d":2e3,"e":null}})")
+      ["sim"]["info"];
+  EXPECT_EQ(info["a"].type(), Json::value_t::number_integer);
+  EXPECT_EQ(info["b"], 5000000000);
+  EXPECT_TRUE(info["c"].is_number_float());
+  EXPECT_EQ(dumpLine(info["c"]), "1.0");
+  EXPECT_EQ(dumpLine(info["d"]), "2000.0");
+  EXPECT_FALSE(info.contains("e"));
 }
 
 TEST_F(HostTest, AdvanceMovesTheVirtualClock) {
@@ -108,30 +122,88 @@ TEST_F(HostTest, AdvanceMovesTheVirtualClock) {
             1.75);
 }
 
-TEST(HostBinaryTest, ExitsZeroAtEndOfInputAndWritesOnlyProtocolLines) {
-  const char* binary = std::getenv("MOVARO_HOST");
-  if (binary == nullptr) {
-    GTEST_SKIP() << "MOVARO_HOST is not set";
+TEST_F(HostTest, ConnectWithApprovalWatchAndDisconnect) {
+  send({
+      R"({"id":1,"sim":"installExtension","suffix":".network-extension"})",
+      R"({"id":2,"sim":"tunnelBehaviour","connectDelay":null,"stopDelay":null})",
+      R"({"id":3,"channel":"movaro_platform","method":"connect","arguments":{"config":)" +
+          std::string(kConfig) +
+          R"(,"sessionEndsAtEpochMilliseconds":1900000000000}})",
+      R"({"id":4,"sim":"answerExtension","outcome":"needsApproval"})",
+      R"({"id":5,"sim":"answerExtension","outcome":"completed"})",
+      R"({"id":7,"channel":"movaro_platform/events","listen":true})",
+      R"({"id":6,"channel":"movaro_platform","method":"connect"})",
+      R"({"id":8,"sim":"answerExtension","outcome":"completed"})",
+      R"({"id":9,"sim":"setStatus","status":3})",
+      R"({"id":10,"sim":"setStatus","status":4})",
+      R"({"id":11,"sim":"setStatus","status":3})",
+      R"({"id":12,"channel":"movaro_platform","method":"disconnect"})",
+      R"({"id":13,"sim":"setStatus","status":1})",
+      R"({"id":14,"sim":"profiles"})",
+  });
+  EXPECT_EQ(reply(3)["error"]["code"], "EXTENSION_APPROVAL_REQUIRED");
+  EXPECT_EQ(reply(6)["result"], true);
+  EXPECT_EQ(reply(12)["result"], true);
+  std::vector<std::string> states;
+  for (const Json& line : out) {
+    if (line.contains("event")) {
+      states.push_back(line["event"]["state"].get<std::string>());
+    }
   }
-  std::string command =
-      std::string("printf '%s\\n' ") +
-      "'{\"id\":1,\"channel\":\"movaro_platform\",\"method\":\"getAppInfo\"}' "
-      "'garbage' | " +
-      binary + " 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
-  ASSERT_NE(pipe, nullptr);
-  std::vector<std::string> lines;
-  char buffer[4096];
-  while (fgets(buffer, sizeof buffer, pipe)) {
-    lines.emplace_back(buffer);
-  }
-  int status = pclose(pipe);
-  EXPECT_EQ(status, 0);
-  ASSERT_EQ(lines.size(), 2u);
-  for (const std::string& line : lines) {
-    EXPECT_FALSE(Json::parse(line, nullptr, false).is_discarded()) << line;
-  }
-  EXPECT_TRUE(Json::parse(lines[1]).contains("hostError"));
+  EXPECT_EQ(states,
+            (std::vector<std::string>{"disconnected", "connecting", "connected",
+                                      "reconnecting", "connected",
+                                      "disconnecting", "disconnected"}));
+  Json profile = reply(14)["sim"][0]["fields"];
+  EXPECT_EQ(profile["isOnDemandEnabled"], false);
+  // The second connect gave no session end, so the profile has none.
+  EXPECT_FALSE(
+      profile["protocolConfiguration"]["providerConfiguration"].contains(
+          "sessionEndsAtEpochMilliseconds"));
+  EXPECT_EQ(profile["protocolConfiguration"]["serverAddress"],
+            "vpn.example.com:51820");
+}
+
+TEST_F(HostTest, WifiNameWaitsForTheLocationDecision) {
+  send({
+      R"({"id":1,"channel":"movaro_platform","method":"getCurrentWifiSsid"})",
+      R"({"id":2,"channel":"movaro_platform","method":"getCurrentWifiSsid"})",
+      R"({"id":3,"sim":"wifi","ssid":"Home"})",
+      R"({"id":4,"sim":"locationDecision","status":3})",
+  });
+  EXPECT_EQ(reply(2)["error"]["code"], "LOCATION_AUTH_IN_PROGRESS");
+  EXPECT_EQ(reply(1)["result"], "Home");
+}
+
+// A held save released with a failure; the engine torn down while another
+// save is held, which then completes: nothing is written for the gone
+// plugins, and new ones answer on the same Mac.
+TEST_F(HostTest, HeldCompletionsAndATeardown) {
+  const std::string connect =
+      R"("channel":"movaro_platform","method":"connect","arguments":{"config":)" +
+      std::string(kConfig) + "}}";
+  send({
+      R"({"id":1,"sim":"hold","operations":["save"]})",
+      R"({"id":2,)" + connect,
+      R"({"id":3,"sim":"hold"})",
+      R"({"id":4,"sim":"release","completion":1,"failure":"Disk full."})",
+      R"({"id":5,)" + connect,
+      R"({"id":6,"sim":"teardown"})",
+      R"({"id":7,"sim":"release","completion":2})",
+      R"({"id":8,"channel":"movaro_platform","method":"getPlatformVersion"})",
+      R"({"id":9,"sim":"register"})",
+      R"({"id":10,"channel":"movaro_platform","method":"getPlatformVersion"})",
+      R"({"id":11,"sim":"observers"})",
+  });
+  EXPECT_EQ(
+      reply(3)["sim"]["held"],
+      Json::parse(R"([{"completion":1,"operation":"save","since":0.0}])"));
+  EXPECT_EQ(reply(2)["error"]["message"], "Disk full.");
+  EXPECT_TRUE(reply(5).is_null());
+  EXPECT_EQ(reply(7)["sim"]["held"], Json::array());
+  EXPECT_TRUE(reply(8).contains("hostError"));
+  EXPECT_TRUE(reply(10).contains("result"));
+  EXPECT_EQ(reply(11)["sim"], 0);
 }
 
 TEST(DemoTest, PlaysEveryScriptedLineWithoutAHostError) {

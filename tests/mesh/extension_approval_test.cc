@@ -85,7 +85,6 @@ TEST_F(ApprovalTest, DownAndLogoutAnswerTheWaitingCallFalse) {
   callMesh("logout");
   EXPECT_THAT(attached, IsValue(false));
   answerRequest(0, ActivationOutcome::kFailed);
-  runUntilIdle();
   ReplyPtr fresh = callMesh("prepareVpn");
   EXPECT_EQ(mac.systemExtensions.submitted().size(), 2u);
   answerRequest(1, ActivationOutcome::kFailed);

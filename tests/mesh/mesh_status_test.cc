@@ -5,13 +5,6 @@
 namespace movaro::testing {
 namespace {
 
-Value disconnected() {
-  return dict({{"state", "disconnected"},
-               {"selfName", ""},
-               {"selfAddresses", ValueList{}},
-               {"peers", ValueList{}}});
-}
-
 TEST(MeshCodesTest, EveryFailureMapsToOneOfNinePublicCodes) {
   const std::pair<const char*, const char*> cases[] = {
       {"MESH_ENGINE_UNAVAILABLE", "runtime_missing"},
@@ -28,31 +21,28 @@ TEST(MeshCodesTest, EveryFailureMapsToOneOfNinePublicCodes) {
       {"identity_missing", "identity_missing"},
   };
   for (const auto& [failure, code] : cases) {
-    EXPECT_EQ(DesktopMeshPlugin::safeCode(failure), code) << failure;
+    PluginError error = DesktopMeshPlugin::error(failure);
+    EXPECT_EQ(error.code, code) << failure;
+    EXPECT_EQ(error.message, kMeshMessage);
     // A public code maps to itself.
     EXPECT_EQ(DesktopMeshPlugin::safeCode(code), code);
-    PluginError error = DesktopMeshPlugin::error(failure);
-    EXPECT_EQ(error.code, code);
-    EXPECT_EQ(error.message, kMeshMessage);
   }
 }
 
+// Why the provider took the tunnel down, as a public code.
 TEST(MeshCodesTest, DisconnectReasons) {
-  using platform::PlatformError;
-  EXPECT_EQ(DesktopMeshPlugin::disconnectCode({"HalvornMesh", 2, "", {}}),
-            "identity_missing");
-  EXPECT_EQ(
-      DesktopMeshPlugin::disconnectCode(
-          {"HalvornMesh", 7, "", dict({{"errorCode", "session_expired"}})}),
-      "session_expired");
-  EXPECT_EQ(DesktopMeshPlugin::disconnectCode(
-                {"HalvornMesh", 7, "", dict({{"errorCode", "MESH_BUSY"}})}),
-            "connection_failed");
-  EXPECT_EQ(DesktopMeshPlugin::disconnectCode(
-                {"HalvornMesh", 7, "", dict({{"errorCode", 3}})}),
-            "connection_failed");
-  EXPECT_EQ(DesktopMeshPlugin::disconnectCode({"NEVPNErrorDomain", 2, "", {}}),
-            "connection_failed");
+  const std::pair<platform::PlatformError, const char*> cases[] = {
+      {{"HalvornMesh", 2, "", {}}, "identity_missing"},
+      {{"HalvornMesh", 7, "", dict({{"errorCode", "session_expired"}})},
+       "session_expired"},
+      {{"HalvornMesh", 7, "", dict({{"errorCode", "MESH_BUSY"}})},
+       "connection_failed"},
+      {{"HalvornMesh", 7, "", dict({{"errorCode", 3}})}, "connection_failed"},
+      {{"NEVPNErrorDomain", 2, "", {}}, "connection_failed"},
+  };
+  for (const auto& [reason, code] : cases) {
+    EXPECT_EQ(DesktopMeshPlugin::disconnectCode(reason), code) << code;
+  }
 }
 
 TEST_F(MeshTest, CapabilitiesFollowTheSystemAndTheEngine) {
@@ -70,22 +60,16 @@ TEST_F(MeshTest, CapabilitiesFollowTheSystemAndTheEngine) {
 }
 
 TEST_F(MeshTest, StatusBeforeAnyLoginIsTheFourKeyDisconnectedForm) {
-  ReplyPtr reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsValue(disconnected()));
+  EXPECT_THAT(ask("status"), IsValue(emptyStatus()));
   mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsMeshError("engine_failed"));
+  EXPECT_THAT(ask("status"), IsMeshError("engine_failed"));
 }
 
 TEST_F(MeshTest, StatusWhileConnectedIsTheProvidersFilteredReply) {
   addMeshProfile(platform::kVpnStatusConnected);
   answer("status",
          R"({"state":"running","peers":[{"name":"a"}],"secret":"x"})");
-  ReplyPtr reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply,
+  EXPECT_THAT(ask("status"),
               IsValue(dict({{"state", "running"},
                             {"peers", ValueList{dict({{"name", "a"}})}}})));
   EXPECT_EQ(
@@ -93,14 +77,7 @@ TEST_F(MeshTest, StatusWhileConnectedIsTheProvidersFilteredReply) {
       Value(R"({"command":"status"})"));
   // Only unknown keys: an empty dictionary, sent as it is.
   answer("status", R"({"other":1})");
-  reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsValue(ValueMap{}));
-  // No usable reply: the disconnected form.
-  answer("status", "[1,2]");
-  reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsValue(disconnected()));
+  EXPECT_THAT(ask("status"), IsValue(ValueMap{}));
 }
 
 TEST_F(MeshTest, StatusWhileConnectingShowsTheExpiryTextAsSent) {
@@ -108,38 +85,27 @@ TEST_F(MeshTest, StatusWhileConnectingShowsTheExpiryTextAsSent) {
   ValueMap args = validLogin();
   args[Value("sessionExpiresAt")] = "2031-01-01T02:00:00+02:00";
   login(args);
-  ReplyPtr reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(
-      reply,
-      IsValue(dict({{"state", "connecting"},
-                    {"selfName", ""},
-                    {"selfAddresses", ValueList{}},
-                    {"peers", ValueList{}},
-                    {"sessionExpiresAt", "2031-01-01T02:00:00+02:00"}})));
+  ValueMap expected = emptyStatus("connecting");
+  expected[Value("sessionExpiresAt")] = "2031-01-01T02:00:00+02:00";
+  EXPECT_THAT(ask("status"), IsValue(expected));
 }
 
 TEST_F(MeshTest, StatusAsksWhyTheTunnelWentDownUnlessStoppedOnPurpose) {
   login();
   advance(1);
-  mac.networkExtension.savedProfileFor(kMeshProvider)
-      ->connection->lastDisconnectError = platform::PlatformError{
+  auto& connection =
+      *mac.networkExtension.savedProfileFor(kMeshProvider)->connection;
+  connection.lastDisconnectError = platform::PlatformError{
       "HalvornMesh", 9, "", dict({{"errorCode", "session_expired"}})};
-  setMeshStatus(platform::kVpnStatusDisconnected);
-  ReplyPtr reply = callMesh("status");
-  runUntilIdle();
-  ValueMap expected = *disconnected().getIf<ValueMap>();
-  expected[Value("state")] = "error";
+  connection.setStatus(platform::kVpnStatusDisconnected);
+  ValueMap expected = emptyStatus("error");
   expected[Value("errorCode")] = "session_expired";
-  EXPECT_THAT(reply, IsValue(expected));
+  EXPECT_THAT(ask("status"), IsValue(expected));
 
   // After "down" nothing is asked and the plain form comes back.
-  callMesh("down");
-  runUntilIdle();
+  ask("down");
   mac.log.clear();
-  reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsValue(disconnected()));
+  EXPECT_THAT(ask("status"), IsValue(emptyStatus()));
   EXPECT_TRUE(mac.log.named("ne.fetchLastDisconnectError").empty());
 }
 
@@ -149,10 +115,7 @@ TEST_F(MeshTest, TheMeshProfileIsFoundWhateverTheOrder) {
       true, "com.quillfen.movaro.macos.network-extension", "v:1", false, {}};
   mac.networkExtension.addSavedProfile(vpn).connection->setStatus(3);
   addMeshProfile(platform::kVpnStatusConnecting);
-  ReplyPtr reply = callMesh("status");
-  runUntilIdle();
-  EXPECT_EQ(*find(*reply->value().getIf<ValueMap>(), "state"),
-            Value("connecting"));
+  EXPECT_THAT(ask("status"), IsValue(emptyStatus("connecting")));
 }
 
 }  // namespace

@@ -1,161 +1,121 @@
 #include "mesh/provider_reply.h"
 
 #include <gtest/gtest.h>
-#include <simdjson.h>
 
 #include <cstdint>
 #include <string>
-#include <type_traits>
 #include <utility>
-#include <variant>
 
 #include "bridge/standard_codec.h"
+#include "host/json_values.h"
+#include "support/plugin_harness.h"
 
 namespace movaro::platform {
 namespace {
 
-// A readable form of a value for failure messages.
-std::string describe(const Value& value) {
-  return std::visit(
-      [](const auto& x) -> std::string {
-        using T = std::decay_t<decltype(x)>;
-        if constexpr (std::is_same_v<T, std::monostate>) {
-          return "null";
-        } else if constexpr (std::is_same_v<T, bool>) {
-          return x ? "true" : "false";
-        } else if constexpr (std::is_same_v<T, int32_t>) {
-          return "i32:" + std::to_string(x);
-        } else if constexpr (std::is_same_v<T, int64_t>) {
-          return "i64:" + std::to_string(x);
-        } else if constexpr (std::is_same_v<T, double>) {
-          return "f64:" + std::to_string(x);
-        } else if constexpr (std::is_same_v<T, std::string>) {
-          return "\"" + x + "\"";
-        } else if constexpr (std::is_same_v<T, ValueList>) {
-          std::string out = "[";
-          for (const Value& item : x) {
-            out += describe(item) + ",";
-          }
-          return out + "]";
-        } else if constexpr (std::is_same_v<T, ValueMap>) {
-          std::string out = "{";
-          for (const auto& [key, item] : x) {
-            out += describe(key) + ":" + describe(item) + ",";
-          }
-          return out + "}";
-        } else {
-          return "(typed list)";
-        }
-      },
-      value.variant());
+using Reply = std::optional<ValueMap>;
+
+Reply decode(std::string_view text) {
+  return ProviderReplyDecoder().decode(text);
 }
 
-std::string describe(const std::optional<ValueMap>& map) {
-  return map ? describe(Value(*map)) : "(no reply)";
+// {"state":"aaa...a"}, exactly `size` bytes long.
+std::string replyOfSize(size_t size) {
+  const std::string head = "{\"state\":\"";
+  return head + std::string(size - head.size() - 2, 'a') + "\"}";
 }
 
-std::optional<ValueMap> decode(std::string_view text) {
-  ProviderReplyDecoder decoder;
-  return decoder.decode(text);
+// An empty array `depth` levels deep, counting the top-level object.
+std::string nested(size_t depth) {
+  return "{\"peers\":" + std::string(depth - 1, '[') +
+         std::string(depth - 1, ']') + "}";
 }
 
-#define EXPECT_REPLY(text, expected)                        \
-  do {                                                      \
-    const std::optional<ValueMap> actual_ = decode(text);   \
-    const std::optional<ValueMap> expected_ = (expected);   \
-    EXPECT_TRUE(actual_ == expected_)                       \
-        << "reply:    " << std::string(text).substr(0, 200) \
-        << "\nactual:   " << describe(actual_)              \
-        << "\nexpected: " << describe(expected_);           \
-  } while (false)
-
-const std::optional<ValueMap> kNoReply = std::nullopt;
-
-TEST(ProviderReplyTest, NoBytesIsNoReply) {
-  ProviderReplyDecoder decoder;
-  EXPECT_EQ(decoder.decode(std::nullopt), kNoReply);
-  EXPECT_EQ(decoder.decode(std::string_view()), kNoReply);
-}
-
-TEST(ProviderReplyTest, EmptyObjectIsAnEmptyMap) {
-  EXPECT_REPLY("{}", ValueMap());
-  EXPECT_REPLY(" \t\r\n{ }\n", ValueMap());
-  EXPECT_REPLY(R"({"unknown":1,"other":{"state":"x"}})", ValueMap());
+TEST(ProviderReplyTest, RefusesWhatIsNotOneStrictJsonObjectInUtf8) {
+  EXPECT_EQ(ProviderReplyDecoder().decode(std::nullopt), std::nullopt);
+  EXPECT_EQ(ProviderReplyDecoder().decode(std::string_view()), std::nullopt);
+  std::string objects;
+  for (int i = 0; i < 100000; ++i) {
+    objects += "{\"peers\":";
+  }
+  objects += "1" + std::string(100000, '}');
+  const std::string refused[] = {
+      // Not an object at the top.
+      "[]", "[{\"state\":\"x\"}]", "\"state\"", "42", "-1.5", "true", "false",
+      "null",
+      // Not JSON, or not strictly so.
+      "", " ", "{", "}", "{\"state\"}", "{\"state\":}", "{\"state\":\"x\",}",
+      "{\"state\":\"x\"", "{'state':'x'}", "{state:\"x\"}",
+      "{\"state\":\"x\"} x", "{}{}", "{} // comment", "{\"state\":NaN}",
+      "{\"state\":Infinity}", "{\"state\":01}", "{\"state\":1.}",
+      "{\"state\":.5}", "{\"state\":+1}", "{\"state\":\"a\tb\"}",
+      "{\"state\":\"\\x\"}", "{\"state\":\"\\u12\"}", "{\"state\":\"\\ud800\"}",
+      "{\"state\":tru}", "{\"state\":nul}", std::string("{}\0", 3),
+      std::string("{\"state\":\"a\0b\"}", 15),
+      // Numbers beyond doubles, even where the key would be dropped.
+      "{\"state\":1e400}", "{\"state\":-1e400}",
+      "{\"state\":1" + std::string(400, '0') + "}", "{\"debug\":1e400}",
+      "{\"debug\":-1e400}", "{\"debug\":1" + std::string(400, '0') + "}",
+      // Invalid UTF-8: never valid, cut short, overlong "/", an encoded
+      // surrogate, beyond U+10FFFF, in a dropped key or value, at the start.
+      "{\"state\":\"\xFF\"}", "{\"state\":\"\xC3\"}",
+      "{\"state\":\"\xC0\xAF\"}", "{\"state\":\"\xED\xA0\x80\"}",
+      "{\"state\":\"\xF4\x90\x80\x80\"}", "{\"\xFF\":1}",
+      "{\"debug\":\"\x80\"}", "\xFF{}",
+      // UTF-16, with and without its byte-order mark; a UTF-8 one alone or
+      // twice.
+      std::string("\xFE\xFF\0{\0}", 6), std::string("{\0}\0", 4),
+      "\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}",
+      // Beyond 256 KiB, whitespace included.
+      replyOfSize(262145), "{}" + std::string(262143, ' '),
+      // Nested too deeply.
+      nested(StandardMessageCodec::kMaxDepth + 1), nested(100000), objects};
+  for (const std::string& text : refused) {
+    EXPECT_EQ(decode(text), std::nullopt) << text.substr(0, 80);
+  }
 }
 
 TEST(ProviderReplyTest, KeepsOnlyTheSevenReplyKeys) {
-  EXPECT_REPLY(R"({"state":"connected","debug":"x","peers":[]})",
-               dict({{"state", "connected"}, {"peers", ValueList()}}));
-  EXPECT_REPLY(R"({"state":"s","selfName":"n","selfAddresses":["100.64.0.1"],)"
-               R"("peers":[],"sessionExpiresAt":"2031-01-01T00:00:00Z",)"
-               R"("errorCode":"e","identityCleared":true,"State":"x","peer":1,)"
-               R"("state ":2,"":3,"identityClearedX":4})",
-               dict({{"state", "s"},
-                     {"selfName", "n"},
-                     {"selfAddresses", ValueList{"100.64.0.1"}},
-                     {"peers", ValueList()},
-                     {"sessionExpiresAt", "2031-01-01T00:00:00Z"},
-                     {"errorCode", "e"},
-                     {"identityCleared", true}}));
-  // Keys are compared after their escapes are decoded.
-  EXPECT_REPLY(R"({"st\u0061te":"x","\u0073elfName":"n"})",
-               dict({{"state", "x"}, {"selfName", "n"}}));
-  // Values are kept whatever their type; nested keys are not filtered.
-  EXPECT_REPLY(R"({"state":7,"peers":{"anything":null}})",
-               dict({{"state", 7}, {"peers", dict({{"anything", Value()}})}}));
-}
-
-TEST(ProviderReplyTest, TopLevelMustBeAnObject) {
-  const char* const refused[] = {
-      "[]",   "[{\"state\":\"x\"}]", "\"state\"", "42", "-1.5", "true", "false",
-      "null",
+  const std::pair<std::string, ValueMap> cases[] = {
+      {"{}", {}},
+      {" \t\r\n{ }\n", {}},
+      {R"({"unknown":1,"other":{"state":"x"}})", {}},
+      {R"({"state":"connected","debug":"x","peers":[]})",
+       dict({{"state", "connected"}, {"peers", ValueList()}})},
+      {R"({"state":"s","selfName":"n","selfAddresses":["100.64.0.1"],)"
+       R"("peers":[],"sessionExpiresAt":"2031-01-01T00:00:00Z",)"
+       R"("errorCode":"e","identityCleared":true,"State":"x","peer":1,)"
+       R"("state ":2,"":3,"identityClearedX":4})",
+       dict({{"state", "s"},
+             {"selfName", "n"},
+             {"selfAddresses", ValueList{"100.64.0.1"}},
+             {"peers", ValueList()},
+             {"sessionExpiresAt", "2031-01-01T00:00:00Z"},
+             {"errorCode", "e"},
+             {"identityCleared", true}})},
+      // Keys are compared after their escapes are decoded.
+      {R"({"st\u0061te":"x","\u0073elfName":"n"})",
+       dict({{"state", "x"}, {"selfName", "n"}})},
+      // Values are kept whatever their type; nested keys are not filtered.
+      {R"({"state":7,"peers":{"anything":null}})",
+       dict({{"state", 7}, {"peers", dict({{"anything", Value()}})}})},
+      // Of duplicate keys the first wins, at every level.
+      {R"({"state":"first","state":"second"})", dict({{"state", "first"}})},
+      {R"({"peers":[{"name":"a","name":"b"}]})",
+       dict({{"peers", ValueList{dict({{"name", "a"}})}}})},
+      // A UTF-8 byte-order mark is skipped.
+      {"\xEF\xBB\xBF{\"state\":\"x\"}", dict({{"state", "x"}})},
+      // The size limit, 256 KiB, is inclusive; whitespace counts.
+      {replyOfSize(262144), dict({{"state", std::string(262132, 'a')}})},
+      {"{}" + std::string(262142, ' '), {}},
   };
-  for (const char* text : refused) {
-    EXPECT_REPLY(text, kNoReply);
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(decode(text), expected) << text.substr(0, 80);
   }
-}
-
-TEST(ProviderReplyTest, RefusesTextThatIsNotJson) {
-  const char* const refused[] = {
-      "",
-      " ",
-      "{",
-      "}",
-      "{\"state\"}",
-      "{\"state\":}",
-      "{\"state\":\"x\",}",  // trailing comma
-      "{\"state\":\"x\"",
-      "{'state':'x'}",
-      "{state:\"x\"}",
-      "{\"state\":\"x\"} x",
-      "{}{}",
-      "{} // comment",
-      "{\"state\":NaN}",
-      "{\"state\":Infinity}",
-      "{\"state\":01}",
-      "{\"state\":1.}",
-      "{\"state\":.5}",
-      "{\"state\":+1}",
-      "{\"state\":\"a\tb\"}",  // unescaped control character
-      "{\"state\":\"\\x\"}",   // unknown escape
-      "{\"state\":\"\\u12\"}",
-      "{\"state\":\"\\ud800\"}",  // lone surrogate
-      "{\"state\":tru}",
-      "{\"state\":nul}",
-  };
-  for (const char* text : refused) {
-    EXPECT_REPLY(text, kNoReply);
-  }
-  EXPECT_REPLY(std::string("{}\0", 3), kNoReply);
-  EXPECT_REPLY(std::string("{\"state\":\"a\0b\"}", 15), kNoReply);
 }
 
 TEST(ProviderReplyTest, ConvertsValues) {
-  struct Case {
-    const char* json;
-    Value expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, Value> cases[] = {
       {"null", Value()},
       {"true", true},
       {"false", false},
@@ -191,93 +151,18 @@ TEST(ProviderReplyTest, ConvertsValues) {
       {"{\"b\":1,\"a\":{\"c\":[]}}",
        dict({{"a", dict({{"c", ValueList()}})}, {"b", 1}})},
   };
-  for (const Case& c : cases) {
-    const std::string text = std::string("{\"peers\":") + c.json + "}";
-    EXPECT_REPLY(text, dict({{"peers", c.expected}}));
+  for (const auto& [json, expected] : cases) {
+    EXPECT_EQ(decode(std::string("{\"peers\":") + json + "}"),
+              dict({{"peers", expected}}))
+        << json;
   }
 }
 
-TEST(ProviderReplyTest, NumbersBeyondDoublesRefuseTheReply) {
-  for (const std::string& number : {std::string("1e400"), std::string("-1e400"),
-                                    "1" + std::string(400, '0')}) {
-    EXPECT_REPLY("{\"state\":" + number + "}", kNoReply);
-    // Even where the key would be dropped, the text must decode.
-    EXPECT_REPLY("{\"debug\":" + number + "}", kNoReply);
-  }
-}
-
-TEST(ProviderReplyTest, FirstOfDuplicateKeysWins) {
-  EXPECT_REPLY(R"({"state":"first","state":"second"})",
-               dict({{"state", "first"}}));
-  EXPECT_REPLY(R"({"peers":[{"name":"a","name":"b"}]})",
-               dict({{"peers", ValueList{dict({{"name", "a"}})}}}));
-}
-
-TEST(ProviderReplyTest, ReplyLimitIsInclusive) {
-  // {"state":"aaa...a"} padded to an exact length.
-  auto replyOfSize = [](size_t size) {
-    const std::string head = "{\"state\":\"";
-    return head + std::string(size - head.size() - 2, 'a') + "\"}";
-  };
-  const std::string atLimit = replyOfSize(kReplyLimitBytes);
-  ASSERT_EQ(atLimit.size(), 262144u);
-  std::optional<ValueMap> decoded = decode(atLimit);
-  ASSERT_TRUE(decoded.has_value());
-  const Value* state = find(*decoded, "state");
-  ASSERT_NE(state, nullptr);
-  EXPECT_EQ(state->getIf<std::string>()->size(), 262144u - 12u);
-
-  EXPECT_REPLY(replyOfSize(kReplyLimitBytes + 1), kNoReply);
-  // Whitespace counts as well.
-  EXPECT_REPLY("{}" + std::string(kReplyLimitBytes - 2, ' '), ValueMap());
-  EXPECT_REPLY("{}" + std::string(kReplyLimitBytes - 1, ' '), kNoReply);
-}
-
-TEST(ProviderReplyTest, DeepNestingIsRefusedWithoutCrashing) {
-  auto nested = [](size_t depth) {
-    // The top-level object is the first level.
-    return "{\"peers\":" + std::string(depth - 1, '[') +
-           std::string(depth - 1, ']') + "}";
-  };
-  // The deepest reply decoded still travels through the channel's codec.
-  constexpr size_t kMax = StandardMessageCodec::kMaxDepth;
-  const std::optional<ValueMap> deepest = decode(nested(kMax));
+TEST(ProviderReplyTest, TheDeepestReplyStillTravelsThroughTheChannel) {
+  const Reply deepest = decode(nested(StandardMessageCodec::kMaxDepth));
   ASSERT_TRUE(deepest.has_value());
   EXPECT_TRUE(StandardMessageCodec::decode(
       StandardMessageCodec::encode(Value(*deepest))));
-  EXPECT_REPLY(nested(kMax + 1), kNoReply);
-  EXPECT_REPLY(nested(100000), kNoReply);
-  std::string objects;
-  for (int i = 0; i < 100000; ++i) {
-    objects += "{\"peers\":";
-  }
-  objects += "1" + std::string(100000, '}');
-  EXPECT_REPLY(objects, kNoReply);
-}
-
-TEST(ProviderReplyTest, RefusesInvalidUtf8) {
-  const char* const refused[] = {
-      "{\"state\":\"\xFF\"}",              // never valid
-      "{\"state\":\"\xC3\"}",              // cut-short sequence
-      "{\"state\":\"\xC0\xAF\"}",          // overlong "/"
-      "{\"state\":\"\xED\xA0\x80\"}",      // encoded surrogate
-      "{\"state\":\"\xF4\x90\x80\x80\"}",  // beyond U+10FFFF
-      "{\"\xFF\":1}",                      // in a dropped key
-      "{\"debug\":\"\x80\"}",              // in a dropped value
-      "\xFF{}",
-  };
-  for (const char* text : refused) {
-    EXPECT_REPLY(text, kNoReply);
-  }
-  // UTF-16 text, with and without its byte-order mark.
-  EXPECT_REPLY(std::string("\xFE\xFF\0{\0}", 6), kNoReply);
-  EXPECT_REPLY(std::string("{\0}\0", 4), kNoReply);
-}
-
-TEST(ProviderReplyTest, SkipsAUtf8ByteOrderMark) {
-  EXPECT_REPLY("\xEF\xBB\xBF{\"state\":\"x\"}", dict({{"state", "x"}}));
-  EXPECT_REPLY("\xEF\xBB\xBF", kNoReply);
-  EXPECT_REPLY("\xEF\xBB\xBF\xEF\xBB\xBF{}", kNoReply);
 }
 
 TEST(ProviderReplyTest, DecoderCanBeReused) {
@@ -287,14 +172,14 @@ TEST(ProviderReplyTest, DecoderCanBeReused) {
   ASSERT_TRUE(decoder.decode(longReply).has_value());
   // A prefix of the earlier reply must not be completed by its old bytes.
   EXPECT_EQ(decoder.decode(std::string_view(longReply).substr(0, 20)),
-            kNoReply);
+            std::nullopt);
   EXPECT_EQ(decoder.decode(std::string_view("{}")), ValueMap());
   EXPECT_EQ(decoder.decode(R"({"state":"down"})"),
-            std::optional<ValueMap>(dict({{"state", "down"}})));
+            Reply(dict({{"state", "down"}})));
 
   ProviderReplyDecoder moved = std::move(decoder);
   EXPECT_EQ(moved.decode(R"({"errorCode":"x"})"),
-            std::optional<ValueMap>(dict({{"errorCode", "x"}})));
+            Reply(dict({{"errorCode", "x"}})));
 }
 
 TEST(ProviderReplyTest, EncodesCommandsCompactly) {
@@ -306,21 +191,12 @@ TEST(ProviderReplyTest, EncodesCommandsCompactly) {
   EXPECT_EQ(encodeCommand(std::string("\0\x01\x1f\x7f", 4)),
             "{\"command\":\"\\u0000\\u0001\\u001f\x7f\"}");
   EXPECT_EQ(encodeCommand("caf\xC3\xA9"), "{\"command\":\"caf\xC3\xA9\"}");
-}
-
-TEST(ProviderReplyTest, EncodedCommandsDecodeToTheSameText) {
-  simdjson::dom::parser parser;
+  // Every ASCII character reads back as itself.
   for (int c = 0; c < 0x80; ++c) {
     const std::string command = "x" + std::string(1, static_cast<char>(c));
-    const simdjson::padded_string request(encodeCommand(command));
-    simdjson::dom::element root;
-    ASSERT_EQ(parser.parse(request).get(root), simdjson::SUCCESS) << c;
-    simdjson::dom::object object;
-    ASSERT_EQ(root.get(object), simdjson::SUCCESS);
-    EXPECT_EQ(object.size(), 1u);
-    std::string_view decoded;
-    ASSERT_EQ(object["command"].get(decoded), simdjson::SUCCESS);
-    EXPECT_EQ(decoded, command) << c;
+    EXPECT_EQ(host::Json::parse(encodeCommand(command), nullptr, false),
+              host::Json({{"command", command}}))
+        << c;
   }
 }
 

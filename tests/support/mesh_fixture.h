@@ -32,17 +32,20 @@ class MeshTest : public ::testing::Test, public PluginHarness {
                  {"sessionExpiresAt", "2031-01-01T00:00:00Z"}});
   }
   ReplyPtr login(const ValueMap& args = validLogin()) {
-    ReplyPtr reply = callMesh("login", args);
+    return ask("login", args);
+  }
+  // Calls a mesh method and runs the main queue.
+  ReplyPtr ask(const std::string& method, const Value& arguments = Value()) {
+    ReplyPtr reply = callMesh(method, arguments);
     runUntilIdle();
     return reply;
   }
-  sim::SavedProfile* savedMesh() {
-    return mac.networkExtension.savedProfileFor(kMeshProvider);
-  }
-  int meshStatus() { return savedMesh()->connection->status(); }
-  void setMeshStatus(int status) {
-    savedMesh()->connection->setStatus(status);
-    runUntilIdle();
+  // The status with no tunnel information, in the given state.
+  static ValueMap emptyStatus(const char* state = "disconnected") {
+    return dict({{"state", state},
+                 {"selfName", ""},
+                 {"selfAddresses", ValueList{}},
+                 {"peers", ValueList{}}});
   }
   // A saved mesh profile holding an account, in the given state.
   sim::SavedProfile& addMeshProfile(int status,
@@ -69,15 +72,8 @@ class MeshTest : public ::testing::Test, public PluginHarness {
   }
 };
 
-MATCHER_P(IsMeshError, code, "") {
-  const ErrorEnvelope* error = arg->error();
-  if (error == nullptr) {
-    *result_listener << "not an error reply";
-    return false;
-  }
-  *result_listener << "error " << error->code;
-  return error->code == code && error->message == kMeshMessage &&
-         error->details.isNull();
+inline auto IsMeshError(const char* code) {
+  return IsError(code, kMeshMessage);
 }
 
 }  // namespace movaro::testing
