@@ -92,6 +92,10 @@ struct HeldCall {
   bool answered = false;
 };
 
+void PrintTo(const HeldCall& row, std::ostream* out) {
+  *out << row.method << " waiting on " << row.held;
+}
+
 class HeldAtTeardownTest : public TeardownTest,
                            public ::testing::WithParamInterface<HeldCall> {};
 

@@ -1,3 +1,5 @@
+#include <map>
+
 #include "support/stress_scenario.h"
 #include "support/tunnel_fixture.h"
 
@@ -184,23 +186,23 @@ Value junkArguments(Rng& rng) {
 }
 
 Value mainArguments(Rng& rng, const std::string& method) {
-  if (method == "connect") {
-    return rng.chance(0.15) ? junkArguments(rng) : connectArguments(rng);
-  }
-  if (method == "syncSubscriptionReminders") {
-    return reminderArguments(rng);
-  }
-  const bool junk = rng.chance(method == "configureAutoConnect" ? 0.1 : 0.15);
-  if (method == "pushConfig" && !junk) {
-    return dict({{"config", configText(rng)}});
-  }
-  if (method == "configureDesktopStartup" && !junk) {
-    return dict({{"enabled", rng.pick(std::vector<Value>{true, false, "y"})}});
-  }
-  if (method == "configureAutoConnect" && !junk) {
-    return autoConnectArguments(rng);
-  }
-  return junk || rng.chance(0.2) ? junkArguments(rng) : Value();
+  static const std::map<std::string, Value (*)(Rng&)> kArguments = {
+      {"connect", connectArguments},
+      {"configureAutoConnect", autoConnectArguments},
+      {"syncSubscriptionReminders", reminderArguments},
+      {"pushConfig",
+       [](Rng& r) {
+         return Value(dict({{"config", configText(r)}}));
+       }},
+      {"configureDesktopStartup", [](Rng& r) {
+         return Value(dict(
+             {{"enabled", r.pick(std::vector<Value>{true, false, "yes"})}}));
+       }}};
+  auto arguments = kArguments.find(method);
+  const bool known = arguments != kArguments.end();
+  return rng.chance(known ? 0.15 : 0.3) ? junkArguments(rng)
+         : known                        ? arguments->second(rng)
+                                        : Value();
 }
 
 LoginArguments loginArguments(Rng& rng) {

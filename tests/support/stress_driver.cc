@@ -132,10 +132,7 @@ class ScenarioRun : public PluginHarness {
   }
 
   void makeCall(const Step& step) {
-    const std::string name = std::string(step.channel == kMesh     ? "mesh."
-                                         : step.channel == kEvents ? "events."
-                                                                   : "main.") +
-                             step.method;
+    const std::string name = methodName(step);
     const LoginState login{
         engineAvailable(), step.validLogin,
         outstanding("", /*acceptedOnly=*/true),

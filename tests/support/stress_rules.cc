@@ -205,11 +205,13 @@ std::optional<std::string> replyProblem(const std::string& name,
   }
   const std::string got = "answered " + describeReply(reply);
   auto rule = methodRules().find(name);
-  if (rule == methodRules().end() || reply.notImplemented()) {
-    if (rule == methodRules().end() && reply.notImplemented()) {
-      return std::nullopt;
-    }
-    return got + (reply.notImplemented() ? "" : ", expected not implemented");
+  const bool known = rule != methodRules().end();
+  if (!known || reply.notImplemented()) {
+    // Only unknown methods are not implemented.
+    return known == reply.notImplemented()
+               ? std::optional(got +
+                               (known ? "" : ", expected not implemented"))
+               : std::nullopt;
   }
   if (const ErrorEnvelope* error = reply.error()) {
     if (!error->details.isNull()) {
@@ -217,18 +219,16 @@ std::optional<std::string> replyProblem(const std::string& name,
     }
     for (const ErrorRule& allowed : rule->second.errors) {
       if (error->code == allowed.code) {
-        if (allowed.message && error->message != allowed.message) {
-          return got + ", with the wrong message";
-        }
-        return std::nullopt;
+        return !allowed.message || error->message == allowed.message
+                   ? std::nullopt
+                   : std::optional(got + ", with the wrong message");
       }
     }
     return got + ", a code this method never answers";
   }
-  if (!fits(rule->second.shape, replyValue(reply))) {
-    return got + ", not a reply this method gives";
-  }
-  return std::nullopt;
+  return fits(rule->second.shape, replyValue(reply))
+             ? std::nullopt
+             : std::optional(got + ", not a reply this method gives");
 }
 
 std::optional<platform::Duration> meshBound(const std::string& name) {

@@ -58,12 +58,9 @@ void reportShortened(const Scenario& original, const Violation& found) {
     out << "  " << (i + 1) << ". " << describe(shortest.steps[i]) << "\n";
   }
   if (closing) {
-    out << "  then: "
-        << (original.earlyTeardown
-                ? "run until idle, tear the plugins down, deliver everything"
-                : "advance 600 s, a busy-flag probe login, advance 600 s, "
-                  "tear the plugins down, deliver everything")
-        << "\n";
+    out << "  then: release what is held"
+        << (original.earlyTeardown ? "" : ", 600 s, a busy-flag probe, 600 s")
+        << ", tear the plugins down, deliver everything\n";
   }
   ADD_FAILURE() << out.str();
 }

@@ -106,18 +106,21 @@ Scenario generateScenario(uint64_t seed, bool otherThreads) {
   return scenario;
 }
 
+std::string methodName(const Step& step) {
+  return (step.channel == PluginHarness::kMesh     ? "mesh."
+          : step.channel == PluginHarness::kEvents ? "events."
+                                                   : "main.") +
+         step.method;
+}
+
 std::string describe(const Step& step) {
   if (step.kind != Step::Kind::kCall) {
     return step.text;
   }
-  const std::string name =
-      (step.channel == PluginHarness::kMesh     ? "mesh."
-       : step.channel == PluginHarness::kEvents ? "events."
-                                                : "main.") +
-      step.method;
-  return name + (!step.text.empty()        ? " " + step.text
-                 : step.arguments.isNull() ? std::string()
-                                           : " " + jsonOf(step.arguments));
+  return methodName(step) + (!step.text.empty() ? " " + step.text
+                             : step.arguments.isNull()
+                                 ? std::string()
+                                 : " " + jsonOf(step.arguments));
 }
 
 std::string jsonOf(const Value& value) {

@@ -52,6 +52,8 @@ Scenario generateScenario(uint64_t seed, bool otherThreads);
 Step makeStep(Step::Kind kind, std::string text);
 // One readable line.
 std::string describe(const Step& step);
+// A call's method as "main.connect", "mesh.login" or "events.listen".
+std::string methodName(const Step& call);
 // A value on one line, the fixtures' configuration named.
 std::string jsonOf(const Value& value);
 // "1.50 s"
