@@ -85,10 +85,6 @@ ReplyPtr PluginHarness::call(const std::string& channel,
   return record;
 }
 
-ReplyPtr PluginHarness::stream(const std::string& method) {
-  return call(kEvents, method);
-}
-
 void PrintTo(const ReplyRecord& reply, std::ostream* out) {
   if (!reply.envelope) {
     *out << "unanswered";
