@@ -12,13 +12,7 @@ Value policy(bool enabled, bool requiresApproval, bool configured) {
                {"configured", configured}});
 }
 
-class DesktopStartupTest : public TunnelTest {
- protected:
-  void installInApplications() {
-    mac.mainBundle.path = "/Applications/Movaro.app";
-  }
-  size_t registrations() { return mac.log.named("sm.register").size(); }
-};
+using DesktopStartupTest = TunnelTest;
 
 TEST_F(DesktopStartupTest, EnsureRegistersOnceAndOnlyFromApplications) {
   EXPECT_THAT(callMain("getDesktopStartup"),
@@ -28,18 +22,18 @@ TEST_F(DesktopStartupTest, EnsureRegistersOnceAndOnlyFromApplications) {
               IsValue(policy(false, false, false)));
   mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
   callMain("ensureDesktopStartup");
-  EXPECT_EQ(registrations(), 0u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 0u);
 
-  installInApplications();
+  mac.mainBundle.path = "/Applications/Movaro.app";
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(true, false, true)));
-  EXPECT_EQ(registrations(), 1u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 1u);
   // The user turns it off; ensure never turns it back on.
   EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", false}})),
               IsValue(Value()));
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(false, false, true)));
-  EXPECT_EQ(registrations(), 1u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 1u);
 }
 
 TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
@@ -48,7 +42,7 @@ TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
   EXPECT_THAT(
       callMain("configureDesktopStartup", dict({{"enabled", "no"}})),
       IsError("STARTUP_FAILED", "Launch at login could not be changed."));
-  installInApplications();
+  mac.mainBundle.path = "/Applications/Movaro.app";
   mac.serviceManagement.status = LoginItemStatus::kNotRegistered;
   mac.serviceManagement.registerFailure = "Operation not permitted";
   EXPECT_THAT(
@@ -63,12 +57,9 @@ TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
 }
 
 TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
-  const struct {
-    LoginItemStatus status;
-    bool enabled;
-    size_t registers;
-    size_t unregisters;
-  } kRows[] = {
+  // The login item's status, the choice, and the registrations and
+  // unregistrations asked for.
+  const std::tuple<LoginItemStatus, bool, size_t, size_t> kRows[] = {
       {LoginItemStatus::kEnabled, true, 0, 0},
       {LoginItemStatus::kRequiresApproval, true, 0, 0},
       {LoginItemStatus::kNotRegistered, true, 1, 0},
@@ -78,17 +69,17 @@ TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
       {LoginItemStatus::kRequiresApproval, false, 0, 1},
       {LoginItemStatus::kNotFound, false, 0, 1},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(static_cast<int>(row.status) * 10 + row.enabled);
+  for (const auto& [status, enabled, registers, unregisters] : kRows) {
+    SCOPED_TRACE(static_cast<int>(status) * 10 + enabled);
     mac.log.clear();
-    mac.serviceManagement.status = row.status;
+    mac.serviceManagement.status = status;
     EXPECT_THAT(
-        callMain("configureDesktopStartup", dict({{"enabled", row.enabled}})),
+        callMain("configureDesktopStartup", dict({{"enabled", enabled}})),
         IsValue(Value()));
-    EXPECT_EQ(mac.log.named("sm.register").size(), row.registers);
-    EXPECT_EQ(mac.log.named("sm.unregister").size(), row.unregisters);
+    EXPECT_EQ(mac.log.named("sm.register").size(), registers);
+    EXPECT_EQ(mac.log.named("sm.unregister").size(), unregisters);
     EXPECT_EQ(*find(mac.defaults.values, "HalvornDesktopStartupEnabled"),
-              Value(row.enabled));
+              Value(enabled));
     EXPECT_EQ(*find(mac.defaults.values, "HalvornDesktopStartupConfigured"),
               Value(true));
   }
