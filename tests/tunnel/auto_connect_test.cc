@@ -8,16 +8,10 @@ using ::testing::ElementsAre;
 
 class AutoConnectTest : public TunnelTest {
  protected:
-  ReplyPtr configure(const Value& arguments) {
-    ReplyPtr reply = callMain("configureAutoConnect", arguments);
-    runUntilIdle();
-    return reply;
+  ReplyPtr configure(const Value& args) {
+    return callIdle("configureAutoConnect", args);
   }
-  Value policy() {
-    ReplyPtr reply = callMain("getAutoConnectPolicy");
-    runUntilIdle();
-    return reply->value();
-  }
+  Value policy() { return callIdle("getAutoConnectPolicy")->value(); }
 };
 
 TEST_F(AutoConnectTest, EnablingSetsRulesAndTheProvidersList) {
@@ -78,24 +72,19 @@ TEST_F(AutoConnectTest, EnablingBeforeAnyConnectSavesNothing) {
                                   {"hasCachedConfig", false}})));
 }
 
-TEST_F(AutoConnectTest, ASaveFailureIsReported) {
+TEST_F(AutoConnectTest, SaveAndLoadFailuresAreReported) {
   EXPECT_THAT(connectWith({}), IsValue(true));
   mac.networkExtension.failures["save"] = {"Locked.", 1};
   EXPECT_THAT(configure(dict({{"enabled", true}})),
               IsError("SAVE_FAILED", "Locked."));
   mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  ReplyPtr failed = callMain("getAutoConnectPolicy");
-  runUntilIdle();
-  EXPECT_THAT(failed, IsError("LOAD_FAILED", "Unable to load VPN settings"));
+  EXPECT_THAT(callIdle("getAutoConnectPolicy"),
+              IsError("LOAD_FAILED", "Unable to load VPN settings"));
 }
 
 class WifiTest : public TunnelTest {
  protected:
-  ReplyPtr ssid() {
-    ReplyPtr reply = callMain("getCurrentWifiSsid");
-    runUntilIdle();
-    return reply;
-  }
+  ReplyPtr ssid() { return callIdle("getCurrentWifiSsid"); }
 };
 
 // From macOS 14 the name is readable only with location access.
@@ -126,29 +115,27 @@ TEST_F(WifiTest, TheFirstRequestWaitsForTheUsersDecision) {
   EXPECT_THAT(first, IsValue(""));
 }
 
-TEST_F(WifiTest, AnyOtherDecisionAnswersNull) {
-  for (int decision : {platform::kLocationDenied, platform::kLocationRestricted,
-                       platform::kLocationAuthorizedWhenInUse}) {
+// Any decision but "always" answers null, and so does "always" with no
+// Wi-Fi interface left; once decided, requests are answered at once.
+TEST_F(WifiTest, OtherDecisionsOrNoInterfaceAnswerNull) {
+  const std::pair<int, bool> rows[] = {
+      {platform::kLocationDenied, true},
+      {platform::kLocationRestricted, true},
+      {platform::kLocationAuthorizedWhenInUse, true},
+      {platform::kLocationAuthorizedAlways, false},
+  };
+  for (const auto& [decision, hasInterface] : rows) {
     mac.location.status = platform::kLocationNotDetermined;
     mac.wifi.ssid = "Home";
     mac.wifi.hasInterface = false;
     ReplyPtr waiting = ssid();
-    mac.wifi.hasInterface = true;
+    mac.wifi.hasInterface = hasInterface;
     mac.location.decide(decision);
     runUntilIdle();
     EXPECT_THAT(waiting, IsValue(Value())) << decision;
-    // Decided: later requests answer at once.
     mac.wifi.ssid.reset();
     EXPECT_THAT(ssid(), IsValue(Value()));
   }
-}
-
-TEST_F(WifiTest, NoInterfaceAfterAuthorisationIsNull) {
-  ReplyPtr waiting = ssid();
-  mac.wifi.hasInterface = false;
-  mac.location.decide(platform::kLocationAuthorizedAlways);
-  runUntilIdle();
-  EXPECT_THAT(waiting, IsValue(Value()));
 }
 
 }  // namespace

@@ -13,11 +13,6 @@ constexpr const char* kApproval =
 class ExtensionActivationTest : public TunnelTest {
  protected:
   void SetUp() override { mac.installExtension(".network-extension"); }
-  ReplyPtr connect() {
-    ReplyPtr reply = callMain("connect", dict({{"config", kValidConfig}}));
-    runUntilIdle();
-    return reply;
-  }
   void answer(size_t index, ActivationOutcome outcome) {
     ASSERT_TRUE(mac.systemExtensions.answer(index, outcome));
     runUntilIdle();
@@ -26,23 +21,30 @@ class ExtensionActivationTest : public TunnelTest {
 };
 
 TEST_F(ExtensionActivationTest, ApprovalRoundTrip) {
-  ReplyPtr first = connect();
+  // Without a bundle identifier the extension's is the usual one.
+  mac.mainBundle.contents.identifier.reset();
+  ReplyPtr first = connectWith({});
   EXPECT_THAT(first, IsUnanswered());
   ASSERT_EQ(submitted(), 1u);
   EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
-            kVpnProvider);
+            "com.quillfen.movaro.macos.network-extension");
+  // A replacement is always allowed.
+  answer(0, ActivationOutcome::kReplace);
+  EXPECT_EQ(*find(mac.log.named("sysext.replace").at(0).details, "action"),
+            Value("replace"));
 
   answer(0, ActivationOutcome::kNeedsApproval);
   EXPECT_THAT(first, IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
   // While the user decides, connects are refused at once, with no request.
-  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  EXPECT_THAT(connectWith({}),
+              IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
   EXPECT_EQ(submitted(), 1u);
 
   // The user approves: the request finishes with nobody waiting.
   answer(0, ActivationOutcome::kCompleted);
   EXPECT_EQ(mac.networkExtension.saved().size(), 0u);
 
-  ReplyPtr again = connect();
+  ReplyPtr again = connectWith({});
   ASSERT_EQ(submitted(), 2u);
   answer(1, ActivationOutcome::kCompleted);
   EXPECT_THAT(again, IsValue(true));
@@ -50,13 +52,13 @@ TEST_F(ExtensionActivationTest, ApprovalRoundTrip) {
 }
 
 TEST_F(ExtensionActivationTest, RestartAndFailureEndTheWaitWithTheirErrors) {
-  ReplyPtr restart = connect();
+  ReplyPtr restart = connectWith({});
   answer(0, ActivationOutcome::kWillCompleteAfterReboot);
   EXPECT_THAT(restart,
               IsError("EXTENSION_RESTART_REQUIRED",
                       "Restart this Mac to finish enabling Halvorn VPN, then "
                       "connect again."));
-  ReplyPtr failed = connect();
+  ReplyPtr failed = connectWith({});
   ASSERT_EQ(submitted(), 2u);
   answer(1, ActivationOutcome::kFailed);
   EXPECT_THAT(failed,
@@ -65,15 +67,15 @@ TEST_F(ExtensionActivationTest, RestartAndFailureEndTheWaitWithTheirErrors) {
                       "extension. Check its permission in System Settings "
                       "and try again."));
   // Both cleared the pending request: the next connect submits anew.
-  connect();
+  connectWith({});
   EXPECT_EQ(submitted(), 3u);
   EXPECT_TRUE(mac.networkExtension.saved().empty());
 }
 
 TEST_F(ExtensionActivationTest, CallbacksForOtherRequestsAreIgnored) {
-  ReplyPtr first = connect();
+  ReplyPtr first = connectWith({});
   answer(0, ActivationOutcome::kFailed);
-  ReplyPtr second = connect();
+  ReplyPtr second = connectWith({});
   // A late answer for the first request changes nothing.
   answer(0, ActivationOutcome::kNeedsApproval);
   answer(0, ActivationOutcome::kCompleted);
@@ -82,16 +84,8 @@ TEST_F(ExtensionActivationTest, CallbacksForOtherRequestsAreIgnored) {
   EXPECT_THAT(second, IsValue(true));
 }
 
-TEST_F(ExtensionActivationTest, ReplacementIsAlwaysReplace) {
-  connect();
-  answer(0, ActivationOutcome::kReplace);
-  auto answers = mac.log.named("sysext.replace");
-  ASSERT_EQ(answers.size(), 1u);
-  EXPECT_EQ(*find(answers[0].details, "action"), Value("replace"));
-}
-
 TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {
-  ReplyPtr waiting = connect();
+  ReplyPtr waiting = connectWith({});
   ReplyPtr firstDisconnect = callMain("disconnect");
   ReplyPtr secondDisconnect = callMain("disconnect");
   EXPECT_THAT(waiting,
@@ -100,29 +94,16 @@ TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {
   EXPECT_THAT(firstDisconnect, IsValue(true));
   EXPECT_THAT(secondDisconnect, IsValue(true));
   // The request stays submitted: connects are refused until it ends.
-  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  EXPECT_THAT(connectWith({}),
+              IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
   answer(0, ActivationOutcome::kCompleted);
   EXPECT_EQ(waiting->count, 1);
-  connect();
+  connectWith({});
   EXPECT_EQ(submitted(), 2u);
 }
 
-TEST_F(ExtensionActivationTest, WithoutTheBundleThereIsNoRequest) {
-  mac.fileManager.virtualBundles.clear();
-  EXPECT_THAT(connect(), IsValue(true));
-  EXPECT_EQ(submitted(), 0u);
-}
-
-TEST_F(ExtensionActivationTest, AMissingBundleIdentifierUsesTheFallback) {
-  mac.mainBundle.contents.identifier.reset();
-  connect();
-  ASSERT_EQ(submitted(), 1u);
-  EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
-            "com.quillfen.movaro.macos.network-extension");
-}
-
 TEST_F(ExtensionActivationTest, ALateOutcomeAfterTeardownAnswersNobody) {
-  ReplyPtr waiting = connect();
+  ReplyPtr waiting = connectWith({});
   teardown();
   answer(0, ActivationOutcome::kCompleted);
   EXPECT_THAT(waiting, IsUnanswered());

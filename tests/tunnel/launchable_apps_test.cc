@@ -1,13 +1,10 @@
 // The installed applications, listed through the plugin's channel from
-// real fixture folders standing in for the two application folders.
+// real fixture folders standing in for the two application folders (each
+// missing until a test writes in it).
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "support/tunnel_fixture.h"
 
@@ -36,16 +33,9 @@ Value appList(const std::vector<std::pair<std::string, std::string>>& apps) {
 class LaunchableAppsTest : public TunnelTest {
  protected:
   LaunchableAppsTest() {
-    static std::atomic<int> counter{0};
-    root_ = fs::temp_directory_path() /
-            ("movaro-apps-" + std::to_string(::getpid()) + "-" +
-             std::to_string(counter++));
-    fs::create_directories(root_ / "Applications");
-    fs::create_directories(root_ / "home/Applications");
-    mac.fileManager.realFolders["/Applications"] =
-        (root_ / "Applications").string();
+    mac.fileManager.realFolders["/Applications"] = root_ / "Applications";
     mac.fileManager.realFolders[mac.fileManager.home + "/Applications"] =
-        (root_ / "home/Applications").string();
+        root_ / "home/Applications";
   }
   ~LaunchableAppsTest() override {
     std::error_code ignored;
@@ -59,16 +49,14 @@ class LaunchableAppsTest : public TunnelTest {
   // An application with these information entries, in "/Applications"
   // (or in the user's folder when the path starts with "home/").
   void app(const std::string& relative, const std::string& entries) {
-    const std::string where =
-        relative.rfind("home/", 0) == 0 ? relative : "Applications/" + relative;
-    write(where + "/Contents/Info.plist",
-          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist "
-          "version=\"1.0\"><dict>" +
-              entries + "</dict></plist>");
+    write((relative.starts_with("home/") ? "" : "Applications/") + relative +
+              "/Contents/Info.plist",
+          "<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
   }
   Value listed() { return callMain("listLaunchableApps")->value(); }
 
-  fs::path root_;
+  const fs::path root_ =
+      fs::temp_directory_path() / ("movaro-apps-" + std::to_string(::getpid()));
 };
 
 TEST_F(LaunchableAppsTest, SortsByScalarsOfComposedLabelsThenIdentifiers) {
@@ -127,11 +115,9 @@ TEST_F(LaunchableAppsTest, ListsApplicationBundlesWithTheirLabels) {
 }
 
 TEST_F(LaunchableAppsTest, MissingFoldersAreSkipped) {
-  app("Mail.app", identifier("com.example.mail"));
-  fs::remove_all(root_ / "home");
-  EXPECT_EQ(listed(), appList({{"com.example.mail", "Mail"}}));
-  fs::remove_all(root_ / "Applications");
   EXPECT_EQ(listed(), appList({}));
+  app("home/Applications/Mail.app", identifier("com.example.mail"));
+  EXPECT_EQ(listed(), appList({{"com.example.mail", "Mail"}}));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The trusted Wi-Fi list in clean form, and the rules built from it.
 #include "tunnel/trusted_wifi.h"
 
-#include "support/tunnel_fixture.h"
+#include <gmock/gmock.h>
 
 namespace movaro::testing {
 namespace {
@@ -20,10 +20,7 @@ TEST(TrustedWifiTest, ListsAreCleaned) {
   for (int i = 0; i < 32; ++i) {
     accented += "e\u0301";  // two scalars, one character
   }
-  const struct {
-    ValueList input;
-    std::vector<std::string> kept;
-  } kRows[] = {
+  const std::pair<ValueList, std::vector<std::string>> kRows[] = {
       {{"  Cafe  ", "Home", "Home", "", "Office", int32_t{7}, "home"},
        {"Cafe", "Home", "Office", "home"}},
       {{accented, std::string(33, 'b'), std::string(32, 'a')},
@@ -34,8 +31,8 @@ TEST(TrustedWifiTest, ListsAreCleaned) {
       {{"\u00c9clair", "calendar", "Zoom", "E\u0301cole", "apple"},
        {"Zoom", "apple", "calendar", "\u00c9clair", "E\u0301cole"}},
   };
-  for (const auto& row : kRows) {
-    EXPECT_EQ(sanitizedWifiSsids(Value(row.input)), row.kept);
+  for (const auto& [input, kept] : kRows) {
+    EXPECT_EQ(sanitizedWifiSsids(Value(input)), kept);
   }
   for (const Value& value :
        {Value("Home"), Value(int32_t{1}), Value(dict({{"a", "b"}}))}) {
@@ -52,15 +49,6 @@ TEST(TrustedWifiTest, RulesDisconnectOnTrustedNetworksThenConnect) {
       onDemandRules({"Home", "Office"}),
       ElementsAre(FieldsAre(Action::kDisconnect, ElementsAre("Home", "Office")),
                   FieldsAre(Action::kConnect, IsEmpty())));
-}
-
-TEST_F(TunnelTest, TheStoredListIsCleanedWhenReadAndNeverRewritten) {
-  const Value damaged = ValueList{"Office", 3, "Office", " Home", ValueList{}};
-  mac.defaults.values[Value("HalvornTrustedWifiSsids")] = damaged;
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  EXPECT_EQ(*find(providerConfiguration(), "trustedWifiSsids"),
-            Value(ValueList{"Home", "Office"}));
-  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"), damaged);
 }
 
 }  // namespace
