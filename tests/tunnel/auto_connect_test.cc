@@ -33,10 +33,8 @@ TEST_F(AutoConnectTest, EnablingSetsRulesAndTheProvidersList) {
             Value(dict({{"enabled", true},
                         {"trustedWifiSsids", ValueList{"Home", "Office"}},
                         {"hasCachedConfig", true}})));
-}
 
-TEST_F(AutoConnectTest, DisablingClearsRulesButStillReplacesTheList) {
-  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
+  // Disabling clears the rules but still replaces the list.
   EXPECT_THAT(configure(dict({{"enabled", false},
                               {"trustedWifiSsids", ValueList{"Cafe"}}})),
               IsValue(true));
@@ -46,21 +44,11 @@ TEST_F(AutoConnectTest, DisablingClearsRulesButStillReplacesTheList) {
             Value(ValueList{"Cafe"}));
   // No reload and no start follow.
   EXPECT_EQ(mac.log.named("ne.reload").size(), 1u);
+  EXPECT_EQ(mac.log.named("ne.start").size(), 1u);
 }
 
-TEST_F(AutoConnectTest, TheListIsStoredEvenWhenTheLoadFails) {
-  mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  EXPECT_THAT(
-      configure(dict({{"enabled", true},
-                      {"trustedWifiSsids", ValueList{"Home", "Home"}}})),
-      IsError("LOAD_FAILED", "Unable to load VPN settings"));
-  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
-            Value(ValueList{"Home"}));
-  EXPECT_EQ(*find(*policy().getIf<ValueMap>(), "trustedWifiSsids"),
-            Value(ValueList{"Home"}));
-}
-
-TEST_F(AutoConnectTest, EnablingBeforeAnyConnectSavesNothing) {
+// The list is stored first, whatever happens to the profile.
+TEST_F(AutoConnectTest, EnablingBeforeAnyConnectOrAfterAFailedLoad) {
   EXPECT_THAT(
       configure(dict({{"enabled", true}, {"trustedWifiSsids", "Home"}})),
       IsError("NO_CONFIG", "No configuration provided"));
@@ -70,6 +58,15 @@ TEST_F(AutoConnectTest, EnablingBeforeAnyConnectSavesNothing) {
   EXPECT_EQ(policy(), Value(dict({{"enabled", false},
                                   {"trustedWifiSsids", ValueList{}},
                                   {"hasCachedConfig", false}})));
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  EXPECT_THAT(
+      configure(dict({{"enabled", true},
+                      {"trustedWifiSsids", ValueList{"Home", "Home"}}})),
+      IsError("LOAD_FAILED", "Unable to load VPN settings"));
+  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
+            Value(ValueList{"Home"}));
+  EXPECT_EQ(*find(*policy().getIf<ValueMap>(), "trustedWifiSsids"),
+            Value(ValueList{"Home"}));
 }
 
 TEST_F(AutoConnectTest, SaveAndLoadFailuresAreReported) {

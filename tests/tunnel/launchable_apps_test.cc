@@ -17,10 +17,6 @@ std::string entry(const std::string& key, const std::string& text) {
   return "<key>" + key + "</key><string>" + text + "</string>";
 }
 
-std::string identifier(const std::string& id) {
-  return entry("CFBundleIdentifier", id);
-}
-
 // The reply for these (identifier, label) pairs, in this order.
 Value appList(const std::vector<std::pair<std::string, std::string>>& apps) {
   ValueList list;
@@ -46,12 +42,17 @@ class LaunchableAppsTest : public TunnelTest {
     fs::create_directories((root_ / relative).parent_path());
     std::ofstream(root_ / relative, std::ios::binary) << bytes;
   }
-  // An application with these information entries, in "/Applications"
-  // (or in the user's folder when the path starts with "home/").
-  void app(const std::string& relative, const std::string& entries) {
+  // An application with this identifier (none when empty) and these other
+  // information entries, in "/Applications" (or in the user's folder when
+  // the path starts with "home/").
+  void app(const std::string& relative,
+           const std::string& id,
+           const std::string& entries = "") {
     write((relative.starts_with("home/") ? "" : "Applications/") + relative +
               "/Contents/Info.plist",
-          "<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
+          "<plist version=\"1.0\"><dict>" +
+              (id.empty() ? "" : entry("CFBundleIdentifier", id)) + entries +
+              "</dict></plist>");
   }
   Value listed() { return callMain("listLaunchableApps")->value(); }
 
@@ -62,15 +63,14 @@ class LaunchableAppsTest : public TunnelTest {
 TEST_F(LaunchableAppsTest, SortsByScalarsOfComposedLabelsThenIdentifiers) {
   // "Éclair" is written decomposed: an E and a combining accent. Composed,
   // its first scalar (U+00C9) comes after every ASCII letter.
-  app("Eclair.app", identifier("com.example.eclair") +
-                        entry("CFBundleDisplayName", "E\u0301clair"));
-  app("Calendar.app",
-      identifier("com.example.calendar") + entry("CFBundleName", "calendar"));
-  app("Zoom.app",
-      identifier("com.example.zoom") + entry("CFBundleDisplayName", "Zoom"));
-  app("B.app", identifier("com.example.b") + entry("CFBundleName", "Same"));
-  app("A.app", identifier("com.example.c") + entry("CFBundleName", "Same"));
-  app("C.app", identifier("com.example.a") + entry("CFBundleName", "Same"));
+  app("Eclair.app", "com.example.eclair",
+      entry("CFBundleDisplayName", "E\u0301clair"));
+  app("Calendar.app", "com.example.calendar",
+      entry("CFBundleName", "calendar"));
+  app("Zoom.app", "com.example.zoom", entry("CFBundleDisplayName", "Zoom"));
+  app("B.app", "com.example.b", entry("CFBundleName", "Same"));
+  app("A.app", "com.example.c", entry("CFBundleName", "Same"));
+  app("C.app", "com.example.a", entry("CFBundleName", "Same"));
   EXPECT_EQ(listed(), appList({{"com.example.a", "Same"},
                                {"com.example.b", "Same"},
                                {"com.example.c", "Same"},
@@ -79,13 +79,16 @@ TEST_F(LaunchableAppsTest, SortsByScalarsOfComposedLabelsThenIdentifiers) {
                                {"com.example.eclair", "E\u0301clair"}}));
 }
 
+// A missing folder is skipped: neither exists at first, then only the
+// user's.
 TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
-  app("Editor.app",
-      identifier("com.example.editor") + entry("CFBundleName", "Editor 1"));
-  app("home/Applications/Editor.app",
-      identifier("com.example.editor") + entry("CFBundleName", "Editor 2"));
-  app("Movaro.app", identifier(sim::SimulatedMac::kBundleIdentifier) +
-                        entry("CFBundleName", "Movaro"));
+  EXPECT_EQ(listed(), appList({}));
+  app("home/Applications/Editor.app", "com.example.editor",
+      entry("CFBundleName", "Editor 2"));
+  EXPECT_EQ(listed(), appList({{"com.example.editor", "Editor 2"}}));
+  app("Editor.app", "com.example.editor", entry("CFBundleName", "Editor 1"));
+  app("Movaro.app", sim::SimulatedMac::kBundleIdentifier,
+      entry("CFBundleName", "Movaro"));
   EXPECT_EQ(listed(), appList({{"com.example.editor", "Editor 2"}}));
   // A client without an identifier excludes nothing on that ground.
   mac.mainBundle.contents.identifier.reset();
@@ -97,27 +100,20 @@ TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
 // The label is the display name, else the name, else the file name; only
 // bundles named ".app" that have an identifier are listed.
 TEST_F(LaunchableAppsTest, ListsApplicationBundlesWithTheirLabels) {
-  app("Blank.app", identifier("com.example.blank") +
-                       entry("CFBundleDisplayName", "") +
-                       entry("CFBundleName", "Not used"));
-  app("Named.app", identifier("com.example.named") +
-                       "<key>CFBundleDisplayName</key><integer>7</integer>" +
-                       entry("CFBundleName", "By name"));
-  app("Utilities/Deep/My.Tool.app",
-      identifier("com.example.tool") + "<key>CFBundleName</key><array/>");
-  app("Shouting.APP", identifier("com.example.shouting"));
-  app("Anonymous.app", entry("CFBundleName", "Anonymous"));
-  app("Plugin.bundle", identifier("com.example.plugin"));
+  app("Blank.app", "com.example.blank",
+      entry("CFBundleDisplayName", "") + entry("CFBundleName", "Not used"));
+  app("Named.app", "com.example.named",
+      "<key>CFBundleDisplayName</key><integer>7</integer>" +
+          entry("CFBundleName", "By name"));
+  app("Utilities/Deep/My.Tool.app", "com.example.tool",
+      "<key>CFBundleName</key><array/>");
+  app("Shouting.APP", "com.example.shouting");
+  app("Anonymous.app", "", entry("CFBundleName", "Anonymous"));
+  app("Plugin.bundle", "com.example.plugin");
   write("Applications/Fake.app", "not a folder");
   EXPECT_EQ(listed(), appList({{"com.example.blank", ""},
                                {"com.example.named", "By name"},
                                {"com.example.tool", "My.Tool"}}));
-}
-
-TEST_F(LaunchableAppsTest, MissingFoldersAreSkipped) {
-  EXPECT_EQ(listed(), appList({}));
-  app("home/Applications/Mail.app", identifier("com.example.mail"));
-  EXPECT_EQ(listed(), appList({{"com.example.mail", "Mail"}}));
 }
 
 }  // namespace

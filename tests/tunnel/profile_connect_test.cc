@@ -81,23 +81,27 @@ TEST_F(TunnelTest, ProtectAllNetworksNeedsAVerificationUrlWithoutSplitTunnel) {
   }
 }
 
-TEST_F(TunnelTest, OnDemandOffClearsTheRulesOfAnEarlierConnect) {
-  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
-  ASSERT_EQ(savedVpn()->fields.rules.size(), 1u);  // connect everywhere
-  EXPECT_THAT(connectWith(dict({{"enableOnDemand", "yes"}})), IsValue(true));
-  EXPECT_FALSE(savedVpn()->fields.onDemandEnabled);
-  EXPECT_TRUE(savedVpn()->fields.rules.empty());
-  // Still one profile, rewritten.
-  EXPECT_EQ(mac.networkExtension.saved().size(), 1u);
-}
-
+// Blank (Unicode white space too), missing or mistyped text is refused, and
+// connect has nothing cached to fall back on; a refused push keeps the
+// earlier text, stored as received, and a connect's own text replaces it
+// even when that connect fails.
 TEST_F(TunnelTest, ConnectUsesThePushedTextAndReplacesItWithItsOwn) {
-  EXPECT_THAT(callMain("pushConfig", dict({{"config", kValidConfig}})),
+  for (const Value& args : std::vector<Value>{Value(), dict({{"config", 5}}),
+                                              dict({}), ValueList{"config"}}) {
+    EXPECT_THAT(callMain("connect", args),
+                IsError("NO_CONFIG", "No configuration provided"));
+  }
+  const std::string padded = "\n" + std::string(kValidConfig) + "  ";
+  EXPECT_THAT(callMain("pushConfig", dict({{"config", padded}})),
               IsValue(true));
+  for (const Value& args : std::vector<Value>{
+           dict({{"config", " \n\t\r\n "}}), dict({{"config", "\u2028\u00a0"}}),
+           dict({{"config", 5}}), dict({}), Value("[Interface]")}) {
+    EXPECT_THAT(callMain("pushConfig", args),
+                IsError("NO_CONFIG", "No configuration provided"));
+  }
   EXPECT_THAT(callIdle("connect"), IsValue(true));
-  EXPECT_EQ(*find(providerConfiguration(), "wgQuickConfig"),
-            Value(kValidConfig));
-  // A failing connect still replaces the cached text.
+  EXPECT_EQ(*find(providerConfiguration(), "wgQuickConfig"), Value(padded));
   EXPECT_THAT(connectWith(dict({{"config", "no endpoint here"}})),
               IsError("INVALID_CONFIG", "WireGuard endpoint is missing"));
   EXPECT_THAT(callIdle("connect"),
@@ -128,8 +132,8 @@ TEST_F(TunnelTest, TheMatchingProfileIsUsedAndOthersAreLeftAlone) {
 }
 
 // A text the parser refuses, and each failing step, answer their own error
-// after the steps shown; until a save goes through, the saved profile stays
-// as it was.
+// after the steps shown; until a save goes through, the saved profile keeps
+// the on-demand connect of the first connect (a non-boolean reads as off).
 TEST_F(TunnelTest, EachFailingStepAnswersItsOwnError) {
   const char* kSteps[] = {"ne.loadAll", "ne.save", "ne.reload", "ne.start"};
   // The operation that fails once (none for ""), the text, the error, and
@@ -149,11 +153,13 @@ TEST_F(TunnelTest, EachFailingStepAnswersItsOwnError) {
     SCOPED_TRACE(config);
     mac.log.clear();
     mac.networkExtension.failures[operation] = {"Disk full.", 1};
-    EXPECT_THAT(connectWith(dict({{"config", config}})),
-                IsError(code, message));
+    EXPECT_THAT(
+        connectWith(dict({{"config", config}, {"enableOnDemand", "yes"}})),
+        IsError(code, message));
     EXPECT_EQ(mac.log.names(),
               std::vector<std::string>(kSteps, kSteps + steps));
     EXPECT_EQ(savedVpn()->fields.onDemandEnabled, steps < 3);
+    EXPECT_EQ(savedVpn()->fields.rules.size(), size_t{steps < 3});
   }
 }
 

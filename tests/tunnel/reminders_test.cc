@@ -5,6 +5,7 @@ namespace movaro::testing {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::FieldsAre;
 using ::testing::IsEmpty;
 
 // The virtual clock starts at 2030-01-01T00:00:00Z.
@@ -71,21 +72,17 @@ TEST_P(RemindersTest, NothingToScheduleStillClearsTheSlots) {
 }
 
 TEST_P(RemindersTest, SchedulesWithAOneSecondFloorAndDropsThePast) {
-  ReplyPtr reply = sync({reminder(1, 0.5), reminder(2, 90), reminder(3, -5),
-                         reminder("4", 60), reminder(5, 0),
-                         dict({{"id", 6}, {"title", "t"}}), reminder(7.9, 30)});
-  EXPECT_THAT(reply, IsValue(true));
-  auto requests = mac.notifications.pendingRequests();
-  ASSERT_EQ(requests.size(), 3u);
-  EXPECT_EQ(requests[0].identifier, "halvorn.subscription.1");
-  EXPECT_EQ(requests[0].timeInterval, 1.0);
-  EXPECT_EQ(requests[1].identifier, "halvorn.subscription.2");
-  EXPECT_EQ(requests[1].timeInterval, 90.0);
-  EXPECT_EQ(requests[2].identifier, "halvorn.subscription.7");  // cut to 7
-  EXPECT_EQ(requests[0].title, "Renew");
-  EXPECT_EQ(requests[0].body, "Your plan ends soon.");
-  EXPECT_TRUE(requests[0].defaultSound);
-  EXPECT_FALSE(requests[0].repeats);
+  EXPECT_THAT(sync({reminder(1, 0.5), reminder(2, 90), reminder(3, -5),
+                    reminder("4", 60), reminder(5, 0),
+                    dict({{"id", 6}, {"title", "t"}}), reminder(7.9, 30)}),
+              IsValue(true));
+  auto request = [](const std::string& slot, double interval) {
+    return FieldsAre("halvorn.subscription." + slot, "Renew",
+                     "Your plan ends soon.", true, interval, false);
+  };
+  EXPECT_THAT(mac.notifications.pendingRequests(),
+              ElementsAre(request("1", 1.0), request("2", 90.0),
+                          request("7", 30.0)));  // 7.9 is cut to 7
   auto asked = mac.log.named("un.requestAuthorization");
   ASSERT_EQ(asked.size(), 1u);
   EXPECT_EQ(asked[0].details,
