@@ -165,18 +165,17 @@ TEST(StandardMethodCodecTest, CallsAndEnvelopes) {
 
   EXPECT_EQ(StandardMethodCodec::encodeSuccessEnvelope(true),
             (Bytes{0x00, 0x01}));
-  EXPECT_EQ(StandardMethodCodec::encodeErrorEnvelope({"E", "m"}),
-            (Bytes{0x01, 0x07, 1, 'E', 0x07, 1, 'm', 0x00}));
+  const Bytes error{0x01, 0x07, 1, 'E', 0x07, 1, 'm', 0x00};
+  EXPECT_EQ(StandardMethodCodec::encodeErrorEnvelope({"E", "m"}), error);
   EXPECT_EQ(StandardMethodCodec::encodeErrorEnvelope({"E", std::nullopt}),
             (Bytes{0x01, 0x07, 1, 'E', 0x00, 0x00}));
 
-  Bytes error = StandardMethodCodec::encodeErrorEnvelope({"CODE", "text"});
   auto envelope =
       StandardMethodCodec::decodeEnvelope(error.data(), error.size());
   ASSERT_TRUE(envelope);
   const auto& errorEnvelope = std::get<ErrorEnvelope>(*envelope);
-  EXPECT_EQ(errorEnvelope.code, "CODE");
-  EXPECT_EQ(errorEnvelope.message, "text");
+  EXPECT_EQ(errorEnvelope.code, "E");
+  EXPECT_EQ(errorEnvelope.message, "m");
   EXPECT_TRUE(errorEnvelope.details.isNull());
 
   // An engine may append a stack trace.

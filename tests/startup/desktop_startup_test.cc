@@ -5,6 +5,7 @@ namespace movaro::testing {
 namespace {
 
 using platform::LoginItemStatus;
+using ::testing::ElementsAre;
 
 Value policy(bool enabled, bool requiresApproval, bool configured) {
   return dict({{"enabled", enabled},
@@ -18,6 +19,10 @@ TEST_F(DesktopStartupTest, EnsureRegistersOnceAndOnlyFromApplications) {
   EXPECT_THAT(callMain("getDesktopStartup"),
               IsValue(policy(false, false, false)));
   EXPECT_TRUE(mac.log.calls().empty());
+  // From macOS 13 the settings pane is the system's login items.
+  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
+  EXPECT_THAT(mac.log.names(), ElementsAre("sm.openSystemSettingsLoginItems"));
+  EXPECT_TRUE(mac.workspace.opened.empty());
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(false, false, false)));
   mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
@@ -87,6 +92,11 @@ TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
 
 TEST_F(DesktopStartupTest, BeforeMacOs13TheHelperIsSwitched) {
   mac.system.version = {12, 7, 0};
+  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
+  EXPECT_THAT(mac.workspace.opened,
+              ElementsAre("x-apple.systempreferences:com.apple.preferences."
+                          "users"));
+  EXPECT_THAT(mac.log.names(), ElementsAre("workspace.open"));
   EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", true}})),
               IsValue(Value()));
   EXPECT_TRUE(mac.serviceManagement.helperEnabled);

@@ -60,25 +60,6 @@ class LaunchableAppsTest : public TunnelTest {
       fs::temp_directory_path() / ("movaro-apps-" + std::to_string(::getpid()));
 };
 
-TEST_F(LaunchableAppsTest, SortsByScalarsOfComposedLabelsThenIdentifiers) {
-  // "Éclair" is written decomposed: an E and a combining accent. Composed,
-  // its first scalar (U+00C9) comes after every ASCII letter.
-  app("Eclair.app", "com.example.eclair",
-      entry("CFBundleDisplayName", "E\u0301clair"));
-  app("Calendar.app", "com.example.calendar",
-      entry("CFBundleName", "calendar"));
-  app("Zoom.app", "com.example.zoom", entry("CFBundleDisplayName", "Zoom"));
-  app("B.app", "com.example.b", entry("CFBundleName", "Same"));
-  app("A.app", "com.example.c", entry("CFBundleName", "Same"));
-  app("C.app", "com.example.a", entry("CFBundleName", "Same"));
-  EXPECT_EQ(listed(), appList({{"com.example.a", "Same"},
-                               {"com.example.b", "Same"},
-                               {"com.example.c", "Same"},
-                               {"com.example.zoom", "Zoom"},
-                               {"com.example.calendar", "calendar"},
-                               {"com.example.eclair", "E\u0301clair"}}));
-}
-
 // A missing folder is skipped: neither exists at first, then only the
 // user's.
 TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
@@ -98,8 +79,11 @@ TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
 }
 
 // The label is the display name, else the name, else the file name; only
-// bundles named ".app" that have an identifier are listed.
-TEST_F(LaunchableAppsTest, ListsApplicationBundlesWithTheirLabels) {
+// bundles named ".app" that have an identifier are listed, sorted by the
+// scalars of the composed labels, then by identifier. "Éclair" is written
+// decomposed: an E and a combining accent. Composed, its first scalar
+// (U+00C9) comes after every ASCII letter.
+TEST_F(LaunchableAppsTest, ListsApplicationBundlesSortedByTheirLabels) {
   app("Blank.app", "com.example.blank",
       entry("CFBundleDisplayName", "") + entry("CFBundleName", "Not used"));
   app("Named.app", "com.example.named",
@@ -111,9 +95,23 @@ TEST_F(LaunchableAppsTest, ListsApplicationBundlesWithTheirLabels) {
   app("Anonymous.app", "", entry("CFBundleName", "Anonymous"));
   app("Plugin.bundle", "com.example.plugin");
   write("Applications/Fake.app", "not a folder");
+  app("Eclair.app", "com.example.eclair",
+      entry("CFBundleDisplayName", "E\u0301clair"));
+  app("Calendar.app", "com.example.calendar",
+      entry("CFBundleName", "calendar"));
+  app("Zoom.app", "com.example.zoom", entry("CFBundleDisplayName", "Zoom"));
+  app("B.app", "com.example.b", entry("CFBundleName", "Same"));
+  app("A.app", "com.example.c", entry("CFBundleName", "Same"));
+  app("C.app", "com.example.a", entry("CFBundleName", "Same"));
   EXPECT_EQ(listed(), appList({{"com.example.blank", ""},
                                {"com.example.named", "By name"},
-                               {"com.example.tool", "My.Tool"}}));
+                               {"com.example.tool", "My.Tool"},
+                               {"com.example.a", "Same"},
+                               {"com.example.b", "Same"},
+                               {"com.example.c", "Same"},
+                               {"com.example.zoom", "Zoom"},
+                               {"com.example.calendar", "calendar"},
+                               {"com.example.eclair", "E\u0301clair"}}));
 }
 
 }  // namespace

@@ -29,6 +29,11 @@ TEST_F(PlatformDispatchTest, AtOnceMethods) {
       {"setProtectionVerified", "y", true},
       {"getPlatformVersion", Value(), "macOS Version 13.6.1 (Build 22G313)"},
       {"openVpnSettings", dict({{"x", 1}}), true},
+      {"getAppInfo", Value(),
+       dict({{"platform", "macos"},
+             {"version", "1.4.2"},
+             {"buildNumber", "142"},
+             {"packageName", "com.quillfen.movaro.macos"}})},
   };
   for (const auto& [method, args, reply] : rows) {
     EXPECT_THAT(callMain(method, args), IsValue(reply));
@@ -39,12 +44,7 @@ TEST_F(PlatformDispatchTest, AtOnceMethods) {
                           "Settings.extension?VPN"));
 }
 
-TEST_F(PlatformDispatchTest, AppInfoGivesFourStringsEmptyWhereMissing) {
-  EXPECT_THAT(callMain("getAppInfo"),
-              IsValue(dict({{"platform", "macos"},
-                            {"version", "1.4.2"},
-                            {"buildNumber", "142"},
-                            {"packageName", "com.quillfen.movaro.macos"}})));
+TEST_F(PlatformDispatchTest, AppInfoGivesEmptyStringsWhereMissing) {
   mac.mainBundle.contents.identifier.reset();
   mac.mainBundle.contents.info =
       dict({{"CFBundleShortVersionString", 2}, {"CFBundleVersion", Value()}});
@@ -52,20 +52,6 @@ TEST_F(PlatformDispatchTest, AppInfoGivesFourStringsEmptyWhereMissing) {
                                                     {"version", ""},
                                                     {"buildNumber", ""},
                                                     {"packageName", ""}})));
-}
-
-TEST_F(PlatformDispatchTest, DesktopStartupSettingsPaneDependsOnTheSystem) {
-  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
-  EXPECT_THAT(mac.log.names(), ElementsAre("sm.openSystemSettingsLoginItems"));
-  EXPECT_TRUE(mac.workspace.opened.empty());
-
-  mac.log.clear();
-  mac.system.version = {12, 7, 0};
-  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
-  EXPECT_THAT(mac.workspace.opened,
-              ElementsAre("x-apple.systempreferences:com.apple.preferences."
-                          "users"));
-  EXPECT_THAT(mac.log.names(), ElementsAre("workspace.open"));
 }
 
 TEST_F(PlatformDispatchTest, GenerateKeyPairGivesAFreshPairOrOneError) {

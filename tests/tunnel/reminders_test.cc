@@ -100,8 +100,7 @@ TEST_P(RemindersTest, DeclinedOrFailedAuthorisation) {
   EXPECT_THAT(sync({reminder(1, 60)}), IsValue(true));
   mac.notifications.authorization =
       sim::SimNotificationCenter::Authorization::kDeclined;
-  ReplyPtr declined = sync({reminder(2, 60)});
-  EXPECT_THAT(declined,
+  EXPECT_THAT(sync({reminder(2, 60)}),
               IsError("NOTIFICATION_PERMISSION_DENIED", std::nullopt));
   // The old reminders in the slots are gone, and nothing new is scheduled.
   EXPECT_THAT(pendingIds(), IsEmpty());
