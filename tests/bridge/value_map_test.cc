@@ -22,7 +22,7 @@ TEST(ValueMapTest, KeepsKeysInOrderWhateverTheInsertionOrder) {
                            {Value("cz"), Value(3)},
                            {Value("d"), Value(4)},
                            {Value("e"), Value(5)}}));
-  EXPECT_EQ(map.at(Value("cz")), Value(3));
+  EXPECT_EQ(map.count(Value("cz")), 1u);
   EXPECT_EQ(map.count(Value("z")), 0u);
   EXPECT_EQ(map.erase(Value("a")), 1u);
   EXPECT_EQ(map.erase(Value("a")), 0u);

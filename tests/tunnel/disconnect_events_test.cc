@@ -6,62 +6,40 @@ namespace {
 
 using ::testing::ElementsAre;
 
-// Listening with no profile ever saved: the new profile's invalid status
-// reads as disconnected; once saved, it reads as an unavailable profile.
+// Listening starts with a failed load's own error (and no observer), or
+// with the current status: with no profile ever saved, the new profile's
+// invalid status reads as disconnected; once one is saved, as an
+// unavailable profile, also when read afresh by a new listen.
 TEST_F(TunnelTest, StatusChangesArriveAsEventsInOrder) {
   mac.networkExtension.connectDelay.reset();
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
   EXPECT_THAT(listen(), IsValue(Value()));
   runUntilIdle();
+  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
+  listen();
+  runUntilIdle();
   EXPECT_THAT(connectWith({}), IsValue(true));
-  for (int status : {3, 4, 3, 5, 1, 0, 9, -1}) {
+  for (int status : {3, 4, 3, 5, 1, 0}) {
     setStatus(status);
   }
-  const char* kUnavailable = "The VPN status is unavailable";
+  listen();
+  runUntilIdle();
+  setStatus(9);
+  setStatus(-1);
+  const Value kNoProfile =
+      statusEvent("error", "The VPN configuration is unavailable");
+  const Value kNoStatus = statusEvent("error", "The VPN status is unavailable");
   EXPECT_THAT(
       events,
-      ElementsAre(statusEvent("disconnected", "Disconnected"),
+      ElementsAre(statusEvent("error", "Unable to load VPN configuration"),
+                  statusEvent("disconnected", "Disconnected"),
                   statusEvent("connecting", "Connecting"),
                   statusEvent("connected", "Connected"),
                   statusEvent("reconnecting", "Reconnecting"),
                   statusEvent("connected", "Connected"),
                   statusEvent("disconnecting", "Disconnecting"),
-                  statusEvent("disconnected", "Disconnected"),
-                  statusEvent("error", "The VPN configuration is unavailable"),
-                  statusEvent("error", kUnavailable),
-                  statusEvent("error", kUnavailable)));
-}
-
-// Listening starts with a failed load's own error, or with a saved
-// profile's invalid status as an unavailable profile.
-TEST_F(TunnelTest, ListeningStartsWithTheLoadsOutcome) {
-  mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  EXPECT_THAT(listen(), IsValue(Value()));
-  runUntilIdle();
-  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
-  sim::ProfileFields ours;
-  ours.protocol =
-      platform::TunnelProtocol{true, kVpnProvider, "a:1", false, {}};
-  mac.networkExtension.addSavedProfile(ours).connection->setStatus(0);
-  listen();
-  runUntilIdle();
-  EXPECT_THAT(
-      events,
-      ElementsAre(
-          statusEvent("error", "Unable to load VPN configuration"),
-          statusEvent("error", "The VPN configuration is unavailable")));
-}
-
-TEST_F(TunnelTest, NothingIsSentOrRememberedWhileNobodyListens) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  advance(5);
-  EXPECT_TRUE(events.empty());
-  listen();
-  runUntilIdle();
-  EXPECT_THAT(events, ElementsAre(statusEvent("connected", "Connected")));
-  EXPECT_THAT(cancel(), IsValue(Value()));
-  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
-  setStatus(4);
-  EXPECT_EQ(events.size(), 1u);
+                  statusEvent("disconnected", "Disconnected"), kNoProfile,
+                  kNoProfile, kNoStatus, kNoStatus));
 }
 
 // A cancel, and perhaps a new listen, before a listen's profile load
@@ -131,9 +109,24 @@ INSTANTIATE_TEST_SUITE_P(ConnectLoadFirst,
                          DisconnectRacingConnectTest,
                          ::testing::Bool());
 
+// Without a saved profile there is nothing to save or stop, and a failed
+// load answers false; a saved profile loses its on-demand connect and is
+// stopped, even when the save fails. Nothing is sent or remembered while
+// nobody listens.
 TEST_F(TunnelTest, DisconnectTurnsOnDemandOffAndStops) {
+  EXPECT_THAT(callIdle("disconnect"), IsValue(true));
+  EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll"));
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  EXPECT_THAT(callIdle("disconnect"), IsValue(false));
+
   EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
   advance(2);
+  EXPECT_TRUE(events.empty());
+  listen();
+  runUntilIdle();
+  EXPECT_THAT(events, ElementsAre(statusEvent("connected", "Connected")));
+  EXPECT_THAT(cancel(), IsValue(Value()));
+  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
   mac.log.clear();
   EXPECT_THAT(callIdle("disconnect"), IsValue(true));
   EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll", "ne.save", "ne.stop"));
@@ -145,23 +138,13 @@ TEST_F(TunnelTest, DisconnectTurnsOnDemandOffAndStops) {
   EXPECT_EQ(status(), platform::kVpnStatusDisconnecting);
   advance(1);
   EXPECT_EQ(status(), platform::kVpnStatusDisconnected);
-}
+  EXPECT_EQ(events.size(), 1u);
 
-TEST_F(TunnelTest, AFailedSaveStillStopsTheTunnel) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
   mac.networkExtension.failures["save"] = {"Permission denied.", 1};
   mac.log.clear();
   EXPECT_THAT(callIdle("disconnect"),
               IsError("DISCONNECT_FAILED", "Permission denied."));
   EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll", "ne.save", "ne.stop"));
-}
-
-TEST_F(TunnelTest, DisconnectWithoutASavedProfileOrLoad) {
-  EXPECT_THAT(callIdle("disconnect"), IsValue(true));
-  EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll"));
-
-  mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  EXPECT_THAT(callIdle("disconnect"), IsValue(false));
 }
 
 }  // namespace

@@ -167,7 +167,6 @@ TEST_F(TunnelTest, PrepareAnswersWhetherTheLoadWorked) {
   runUntilIdle();
   EXPECT_THAT(failed, IsValue(false));
   EXPECT_THAT(worked, IsValue(true));
-  EXPECT_TRUE(mac.systemExtensions.submitted().empty());
   // One observer at a time, on the latest load.
   EXPECT_EQ(mac.networkExtension.observerCount(), 1u);
 }
@@ -207,12 +206,9 @@ TEST_P(OverlappingConnectsTest, EachChainAnswersItsOwnCall) {
             firstSaveFails ? "second.example.com:2" : "first.example.com:1");
 }
 
-INSTANTIATE_TEST_SUITE_P(FirstSave,
+INSTANTIATE_TEST_SUITE_P(FirstSaveFails,
                          OverlappingConnectsTest,
-                         ::testing::Bool(),
-                         [](const auto& test) {
-                           return test.param ? "Fails" : "Succeeds";
-                         });
+                         ::testing::Bool());
 
 }  // namespace
 }  // namespace movaro::testing
