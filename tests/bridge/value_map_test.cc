@@ -28,7 +28,7 @@ TEST(ValueMapTest, KeepsKeysInOrderWhateverTheInsertionOrder) {
   EXPECT_EQ(map.erase(Value("a")), 0u);
 }
 
-TEST(ValueMapTest, DuplicatesFollowTheirOperation) {
+TEST(ValueMapTest, DuplicatesFollowTheirOperationAndMapsCompareAsEntries) {
   ValueMap map;
   EXPECT_TRUE(map.emplace(Value("k"), Value(1)).second);
   EXPECT_FALSE(map.emplace(Value("k"), Value(2)).second);  // First stays.
@@ -40,9 +40,8 @@ TEST(ValueMapTest, DuplicatesFollowTheirOperation) {
 
   const ValueMap listed{{Value("x"), Value(1)}, {Value("x"), Value(2)}};
   EXPECT_EQ(listed, (ValueMap{{Value("x"), Value(1)}}));
-}
 
-TEST(ValueMapTest, ComparesAsOrderedEntries) {
+  // Maps compare as ordered entries.
   const ValueMap small{{Value("a"), Value(1)}};
   const ValueMap larger{{Value("a"), Value(2)}};
   const ValueMap longer{{Value("a"), Value(1)}, {Value("b"), Value(0)}};

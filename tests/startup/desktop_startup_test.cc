@@ -23,10 +23,9 @@ TEST_F(DesktopStartupTest, EnsureRegistersOnceAndOnlyFromApplications) {
   EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
   EXPECT_THAT(mac.log.names(), ElementsAre("sm.openSystemSettingsLoginItems"));
   EXPECT_TRUE(mac.workspace.opened.empty());
+  mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(false, false, false)));
-  mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
-  callMain("ensureDesktopStartup");
   EXPECT_EQ(mac.log.named("sm.register").size(), 0u);
 
   mac.mainBundle.path = "/Applications/Movaro.app";

@@ -76,26 +76,24 @@ TEST_F(AutoConnectTest, EnablingBeforeAnyConnectOrAfterAFailedLoad) {
             Value(ValueList{"Home"}));
 }
 
-class WifiTest : public TunnelTest {
- protected:
-  ReplyPtr ssid() { return callIdle("getCurrentWifiSsid"); }
-};
+using WifiTest = TunnelTest;
 
 // From macOS 14 the name is readable only with location access.
 TEST_F(WifiTest, ANameReadableAtOnceOrAfterTheUsersDecision) {
   mac.wifi.ssid = "Home";
   mac.location.status = platform::kLocationAuthorizedAlways;
-  EXPECT_THAT(ssid(), IsValue("Home"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue("Home"));
   mac.location.status = platform::kLocationNotDetermined;
   mac.system.version.major = 13;
-  EXPECT_THAT(ssid(), IsValue("Home"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue("Home"));
   EXPECT_TRUE(mac.log.calls().empty());
   // The first request without it waits for the user's decision.
   mac.system.version.major = 14;
-  ReplyPtr first = ssid();
+  ReplyPtr first = callIdle("getCurrentWifiSsid");
   EXPECT_THAT(first, IsUnanswered());
-  EXPECT_THAT(ssid(), IsError("LOCATION_AUTH_IN_PROGRESS",
-                              "Wi-Fi authorization is already in progress"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"),
+              IsError("LOCATION_AUTH_IN_PROGRESS",
+                      "Wi-Fi authorization is already in progress"));
   EXPECT_EQ(mac.log.named("location.requestWhenInUse").size(), 1u);
   mac.wifi.ssid = "";
   mac.location.decide(platform::kLocationAuthorizedAlways);
@@ -117,13 +115,13 @@ TEST_F(WifiTest, OtherDecisionsOrNoInterfaceAnswerNull) {
     mac.location.status = platform::kLocationNotDetermined;
     mac.wifi.ssid = "Home";
     mac.wifi.hasInterface = false;
-    ReplyPtr waiting = ssid();
+    ReplyPtr waiting = callIdle("getCurrentWifiSsid");
     mac.wifi.hasInterface = hasInterface;
     mac.location.decide(decision);
     runUntilIdle();
     EXPECT_THAT(waiting, IsValue(Value())) << decision;
     mac.wifi.ssid.reset();
-    EXPECT_THAT(ssid(), IsValue(Value()));
+    EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue(Value()));
   }
 }
 

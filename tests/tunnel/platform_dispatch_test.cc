@@ -58,11 +58,10 @@ TEST_F(PlatformDispatchTest, GenerateKeyPairGivesAFreshPairOrOneError) {
   Value first = callMain("generateKeyPair")->value();
   Value second = callMain("generateKeyPair")->value();
   const ValueMap& pair = *first.getIf<ValueMap>();
-  const std::string privateKey =
-      *find(pair, "privateKey")->getIf<std::string>();
-  const std::string publicKey = *find(pair, "publicKey")->getIf<std::string>();
-  EXPECT_EQ(privateKey.size(), 44u);
-  EXPECT_EQ(publicKey.size(), 44u);
+  const Value privateKey = *find(pair, "privateKey");
+  const Value publicKey = *find(pair, "publicKey");
+  EXPECT_EQ(privateKey.getIf<std::string>()->size(), 44u);
+  EXPECT_EQ(publicKey.getIf<std::string>()->size(), 44u);
   EXPECT_NE(privateKey, publicKey);
   EXPECT_NE(first, second);
   EXPECT_EQ(pair.size(), 2u);
