@@ -26,7 +26,7 @@ TEST_F(TunnelTest, StatusChangesArriveAsEventsInOrder) {
   runUntilIdle();
   setStatus(9);
   setStatus(-1);
-  const Value kNoProfile =
+  const Value kNoConfiguration =
       statusEvent("error", "The VPN configuration is unavailable");
   const Value kNoStatus = statusEvent("error", "The VPN status is unavailable");
   EXPECT_THAT(
@@ -38,8 +38,8 @@ TEST_F(TunnelTest, StatusChangesArriveAsEventsInOrder) {
                   statusEvent("reconnecting", "Reconnecting"),
                   statusEvent("connected", "Connected"),
                   statusEvent("disconnecting", "Disconnecting"),
-                  statusEvent("disconnected", "Disconnected"), kNoProfile,
-                  kNoProfile, kNoStatus, kNoStatus));
+                  statusEvent("disconnected", "Disconnected"), kNoConfiguration,
+                  kNoConfiguration, kNoStatus, kNoStatus));
 }
 
 // A cancel, and perhaps a new listen, before a listen's profile load
