@@ -8,7 +8,9 @@
 namespace movaro {
 namespace {
 
-TEST(ArgumentsTest, AnythingButAStringKeyedMapIsNoArguments) {
+// Anything but a string-keyed map is no arguments; typed reads take only
+// their kind.
+TEST(ArgumentsTest, OnlyStringKeyedMapsAndTheirTypedEntriesAreRead) {
   const Value notArguments[] = {
       Value(),
       Value("config"),
@@ -22,9 +24,7 @@ TEST(ArgumentsTest, AnythingButAStringKeyedMapIsNoArguments) {
     EXPECT_TRUE(args.empty());
     EXPECT_FALSE(args.string("config"));
   }
-}
 
-TEST(ArgumentsTest, TypedReadsTakeOnlyTheirKind) {
   Arguments args(dict({{"s", "text"},
                        {"b", true},
                        {"i", int32_t{7}},

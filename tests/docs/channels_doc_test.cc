@@ -142,34 +142,27 @@ Names answered(const char* channel, const Names& literals) {
   return names;
 }
 
-// The events sent for a failed load at listening, then for each status.
-Pairs events() {
-  PluginHarness harness;
-  harness.mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  harness.listen();
-  harness.callMain("connect", dict({{"config", kValidConfig}}));
-  harness.runUntilIdle();
-  for (int status = 0; status <= 6; ++status) {
-    harness.mac.networkExtension.savedProfileFor(kVpnProvider)
-        ->connection->setStatus(status);
-    harness.runUntilIdle();
-  }
-  Pairs sent;
-  for (const Value& event : harness.events) {
-    const ValueMap& map = *event.getIf<ValueMap>();
-    sent.insert({*find(map, "state")->getIf<std::string>(),
-                 *find(map, "message")->getIf<std::string>()});
-  }
-  return sent;
-}
+using ChannelsDocTest = TunnelTest;
 
-TEST(ChannelsDocTest, TablesNameWhatTheCodeHasAndNothingElse) {
+TEST_F(ChannelsDocTest, TablesNameWhatTheCodeHasAndNothingElse) {
   Sources src = scan();
   Names meshCodes = {DesktopMeshPlugin::safeCode("")};
   for (const std::string& literal : src.literals) {
     meshCodes.insert(DesktopMeshPlugin::safeCode(literal));
   }
-  Pairs sent = events();
+  // The events sent for a failed load at listening, then for each status.
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  listen();
+  connectWith({});
+  for (int status = 0; status <= 6; ++status) {
+    setStatus(status);
+  }
+  Pairs sent;
+  for (const Value& event : events) {
+    const ValueMap& map = *event.getIf<ValueMap>();
+    sent.insert({*find(map, "state")->getIf<std::string>(),
+                 *find(map, "message")->getIf<std::string>()});
+  }
   std::map<std::string, Pairs> doc = tables();
   // The first cells of each table.
   const std::pair<const char*, Names> kExpected[] = {

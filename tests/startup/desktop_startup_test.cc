@@ -5,6 +5,7 @@ namespace movaro::testing {
 namespace {
 
 using platform::LoginItemStatus;
+using ::testing::ElementsAre;
 
 Value policy(bool enabled, bool requiresApproval, bool configured) {
   return dict({{"enabled", enabled},
@@ -12,34 +13,31 @@ Value policy(bool enabled, bool requiresApproval, bool configured) {
                {"configured", configured}});
 }
 
-class DesktopStartupTest : public TunnelTest {
- protected:
-  void installInApplications() {
-    mac.mainBundle.path = "/Applications/Movaro.app";
-  }
-  size_t registrations() { return mac.log.named("sm.register").size(); }
-};
+using DesktopStartupTest = TunnelTest;
 
 TEST_F(DesktopStartupTest, EnsureRegistersOnceAndOnlyFromApplications) {
   EXPECT_THAT(callMain("getDesktopStartup"),
               IsValue(policy(false, false, false)));
   EXPECT_TRUE(mac.log.calls().empty());
+  // From macOS 13 the settings pane is the system's login items.
+  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
+  EXPECT_THAT(mac.log.names(), ElementsAre("sm.openSystemSettingsLoginItems"));
+  EXPECT_TRUE(mac.workspace.opened.empty());
+  mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(false, false, false)));
-  mac.mainBundle.path = "/Applicationsfoo/Movaro.app";
-  callMain("ensureDesktopStartup");
-  EXPECT_EQ(registrations(), 0u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 0u);
 
-  installInApplications();
+  mac.mainBundle.path = "/Applications/Movaro.app";
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(true, false, true)));
-  EXPECT_EQ(registrations(), 1u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 1u);
   // The user turns it off; ensure never turns it back on.
   EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", false}})),
               IsValue(Value()));
   EXPECT_THAT(callMain("ensureDesktopStartup"),
               IsValue(policy(false, false, true)));
-  EXPECT_EQ(registrations(), 1u);
+  EXPECT_EQ(mac.log.named("sm.register").size(), 1u);
 }
 
 TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
@@ -48,7 +46,7 @@ TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
   EXPECT_THAT(
       callMain("configureDesktopStartup", dict({{"enabled", "no"}})),
       IsError("STARTUP_FAILED", "Launch at login could not be changed."));
-  installInApplications();
+  mac.mainBundle.path = "/Applications/Movaro.app";
   mac.serviceManagement.status = LoginItemStatus::kNotRegistered;
   mac.serviceManagement.registerFailure = "Operation not permitted";
   EXPECT_THAT(
@@ -63,12 +61,9 @@ TEST_F(DesktopStartupTest, FailuresLeaveItUnconfiguredWithTheirOwnMessage) {
 }
 
 TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
-  const struct {
-    LoginItemStatus status;
-    bool enabled;
-    size_t registers;
-    size_t unregisters;
-  } kRows[] = {
+  // The login item's status, the choice, and the registrations and
+  // unregistrations asked for.
+  const std::tuple<LoginItemStatus, bool, size_t, size_t> kRows[] = {
       {LoginItemStatus::kEnabled, true, 0, 0},
       {LoginItemStatus::kRequiresApproval, true, 0, 0},
       {LoginItemStatus::kNotRegistered, true, 1, 0},
@@ -78,17 +73,17 @@ TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
       {LoginItemStatus::kRequiresApproval, false, 0, 1},
       {LoginItemStatus::kNotFound, false, 0, 1},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(static_cast<int>(row.status) * 10 + row.enabled);
+  for (const auto& [status, enabled, registers, unregisters] : kRows) {
+    SCOPED_TRACE(static_cast<int>(status) * 10 + enabled);
     mac.log.clear();
-    mac.serviceManagement.status = row.status;
+    mac.serviceManagement.status = status;
     EXPECT_THAT(
-        callMain("configureDesktopStartup", dict({{"enabled", row.enabled}})),
+        callMain("configureDesktopStartup", dict({{"enabled", enabled}})),
         IsValue(Value()));
-    EXPECT_EQ(mac.log.named("sm.register").size(), row.registers);
-    EXPECT_EQ(mac.log.named("sm.unregister").size(), row.unregisters);
+    EXPECT_EQ(mac.log.named("sm.register").size(), registers);
+    EXPECT_EQ(mac.log.named("sm.unregister").size(), unregisters);
     EXPECT_EQ(*find(mac.defaults.values, "HalvornDesktopStartupEnabled"),
-              Value(row.enabled));
+              Value(enabled));
     EXPECT_EQ(*find(mac.defaults.values, "HalvornDesktopStartupConfigured"),
               Value(true));
   }
@@ -96,6 +91,11 @@ TEST_F(DesktopStartupTest, ConfigureFollowsTheLoginItemsState) {
 
 TEST_F(DesktopStartupTest, BeforeMacOs13TheHelperIsSwitched) {
   mac.system.version = {12, 7, 0};
+  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
+  EXPECT_THAT(mac.workspace.opened,
+              ElementsAre("x-apple.systempreferences:com.apple.preferences."
+                          "users"));
+  EXPECT_THAT(mac.log.names(), ElementsAre("workspace.open"));
   EXPECT_THAT(callMain("configureDesktopStartup", dict({{"enabled", true}})),
               IsValue(Value()));
   EXPECT_TRUE(mac.serviceManagement.helperEnabled);

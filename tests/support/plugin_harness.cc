@@ -71,36 +71,29 @@ ReplyPtr PluginHarness::call(const std::string& channel,
   messenger_.deliver(
       channel, StandardMethodCodec::encodeMethodCall({method, arguments}),
       [weak, method](const Bytes& reply) {
-        auto target = weak.lock();
-        if (!target) {
-          return;
+        if (auto target = weak.lock()) {
+          if (++target->count > 1) {
+            ADD_FAILURE() << method << " was answered twice";
+          }
+          target->envelope =
+              StandardMethodCodec::decodeEnvelope(reply.data(), reply.size());
+          EXPECT_TRUE(target->envelope.has_value());
         }
-        if (++target->count > 1) {
-          ADD_FAILURE() << method << " was answered twice";
-        }
-        target->envelope =
-            StandardMethodCodec::decodeEnvelope(reply.data(), reply.size());
-        EXPECT_TRUE(target->envelope.has_value());
       });
   return record;
 }
 
-ReplyPtr PluginHarness::stream(const std::string& method) {
-  return call(kEvents, method);
-}
-
 void PrintTo(const ReplyRecord& reply, std::ostream* out) {
-  if (!reply.envelope) {
-    *out << "unanswered";
-  } else if (const auto* success =
-                 std::get_if<SuccessEnvelope>(&*reply.envelope)) {
-    *out << "value ";
-    PrintTo(success->value, out);
-  } else if (const auto* error = std::get_if<ErrorEnvelope>(&*reply.envelope)) {
+  const auto* success =
+      reply.envelope ? std::get_if<SuccessEnvelope>(&*reply.envelope) : nullptr;
+  if (const ErrorEnvelope* error = reply.error()) {
     *out << "error " << error->code << " / "
          << error->message.value_or("(no message)");
+  } else if (success) {
+    *out << "value ";
+    PrintTo(success->value, out);
   } else {
-    *out << "not implemented";
+    *out << (reply.notImplemented() ? "not implemented" : "unanswered");
   }
   if (reply.count > 1) {
     *out << " (answered " << reply.count << " times)";

@@ -54,8 +54,8 @@ class PluginHarness {
                     const Value& arguments = Value()) {
     return call(kMesh, method, arguments);
   }
-  ReplyPtr listen() { return stream("listen"); }
-  ReplyPtr cancel() { return stream("cancel"); }
+  ReplyPtr listen() { return call(kEvents, "listen"); }
+  ReplyPtr cancel() { return call(kEvents, "cancel"); }
   // Drops every plugin, as when the engine goes away.
   void teardown() { messenger_.removeAllHandlers(); }
   // New plugins on the same Mac, as a new engine registers them.
@@ -75,8 +75,6 @@ class PluginHarness {
   sim::SimulatedMac mac;
 
  private:
-  ReplyPtr stream(const std::string& method);
-
   LocalMessenger messenger_;
   Registrar registrar_;
 };

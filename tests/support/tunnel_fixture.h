@@ -30,14 +30,16 @@ class TunnelTest : public ::testing::Test, public PluginHarness {
   const ValueMap& providerConfiguration() {
     return *savedVpn()->fields.protocol->providerConfiguration;
   }
-  // A connect that goes through (no extension bundle in the app).
-  ReplyPtr connectWith(ValueMap args) {
-    if (find(args, "config") == nullptr) {
-      args[Value("config")] = kValidConfig;
-    }
-    ReplyPtr reply = callMain("connect", args);
+  // A call on the main channel, then the main queue run until idle.
+  ReplyPtr callIdle(const std::string& method, const Value& args = Value()) {
+    ReplyPtr reply = callMain(method, args);
     runUntilIdle();
     return reply;
+  }
+  // A connect with the valid configuration unless the arguments name one.
+  ReplyPtr connectWith(ValueMap args) {
+    args.emplace(Value("config"), Value(kValidConfig));
+    return callIdle("connect", args);
   }
   int status() { return savedVpn()->connection->status(); }
   // The observer reads the status when its notification is delivered, so

@@ -8,19 +8,13 @@ using ::testing::ElementsAre;
 
 class AutoConnectTest : public TunnelTest {
  protected:
-  ReplyPtr configure(const Value& arguments) {
-    ReplyPtr reply = callMain("configureAutoConnect", arguments);
-    runUntilIdle();
-    return reply;
+  ReplyPtr configure(const Value& args) {
+    return callIdle("configureAutoConnect", args);
   }
-  Value policy() {
-    ReplyPtr reply = callMain("getAutoConnectPolicy");
-    runUntilIdle();
-    return reply->value();
-  }
+  Value policy() { return callIdle("getAutoConnectPolicy")->value(); }
 };
 
-TEST_F(AutoConnectTest, EnablingSetsRulesAndTheProvidersList) {
+TEST_F(AutoConnectTest, EnablingAndDisablingRewriteTheSavedProfile) {
   EXPECT_THAT(connectWith({}), IsValue(true));
   EXPECT_THAT(
       configure(dict({{"enabled", true},
@@ -39,10 +33,8 @@ TEST_F(AutoConnectTest, EnablingSetsRulesAndTheProvidersList) {
             Value(dict({{"enabled", true},
                         {"trustedWifiSsids", ValueList{"Home", "Office"}},
                         {"hasCachedConfig", true}})));
-}
 
-TEST_F(AutoConnectTest, DisablingClearsRulesButStillReplacesTheList) {
-  EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
+  // Disabling clears the rules but still replaces the list.
   EXPECT_THAT(configure(dict({{"enabled", false},
                               {"trustedWifiSsids", ValueList{"Cafe"}}})),
               IsValue(true));
@@ -52,9 +44,27 @@ TEST_F(AutoConnectTest, DisablingClearsRulesButStillReplacesTheList) {
             Value(ValueList{"Cafe"}));
   // No reload and no start follow.
   EXPECT_EQ(mac.log.named("ne.reload").size(), 1u);
+  EXPECT_EQ(mac.log.named("ne.start").size(), 1u);
+
+  mac.networkExtension.failures["save"] = {"Locked.", 1};
+  EXPECT_THAT(configure(dict({{"enabled", true}})),
+              IsError("SAVE_FAILED", "Locked."));
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  EXPECT_THAT(callIdle("getAutoConnectPolicy"),
+              IsError("LOAD_FAILED", "Unable to load VPN settings"));
 }
 
-TEST_F(AutoConnectTest, TheListIsStoredEvenWhenTheLoadFails) {
+// The list is stored first, whatever happens to the profile.
+TEST_F(AutoConnectTest, EnablingBeforeAnyConnectOrAfterAFailedLoad) {
+  EXPECT_THAT(
+      configure(dict({{"enabled", true}, {"trustedWifiSsids", "Home"}})),
+      IsError("NO_CONFIG", "No configuration provided"));
+  EXPECT_TRUE(mac.networkExtension.saved().empty());
+  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
+            Value(ValueList{}));
+  EXPECT_EQ(policy(), Value(dict({{"enabled", false},
+                                  {"trustedWifiSsids", ValueList{}},
+                                  {"hasCachedConfig", false}})));
   mac.networkExtension.failures["loadAll"] = {"No.", 1};
   EXPECT_THAT(
       configure(dict({{"enabled", true},
@@ -66,58 +76,24 @@ TEST_F(AutoConnectTest, TheListIsStoredEvenWhenTheLoadFails) {
             Value(ValueList{"Home"}));
 }
 
-TEST_F(AutoConnectTest, EnablingBeforeAnyConnectSavesNothing) {
-  EXPECT_THAT(
-      configure(dict({{"enabled", true}, {"trustedWifiSsids", "Home"}})),
-      IsError("NO_CONFIG", "No configuration provided"));
-  EXPECT_TRUE(mac.networkExtension.saved().empty());
-  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"),
-            Value(ValueList{}));
-  EXPECT_EQ(policy(), Value(dict({{"enabled", false},
-                                  {"trustedWifiSsids", ValueList{}},
-                                  {"hasCachedConfig", false}})));
-}
-
-TEST_F(AutoConnectTest, ASaveFailureIsReported) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  mac.networkExtension.failures["save"] = {"Locked.", 1};
-  EXPECT_THAT(configure(dict({{"enabled", true}})),
-              IsError("SAVE_FAILED", "Locked."));
-  mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  ReplyPtr failed = callMain("getAutoConnectPolicy");
-  runUntilIdle();
-  EXPECT_THAT(failed, IsError("LOAD_FAILED", "Unable to load VPN settings"));
-}
-
-class WifiTest : public TunnelTest {
- protected:
-  ReplyPtr ssid() {
-    ReplyPtr reply = callMain("getCurrentWifiSsid");
-    runUntilIdle();
-    return reply;
-  }
-};
+using WifiTest = TunnelTest;
 
 // From macOS 14 the name is readable only with location access.
-TEST_F(WifiTest, ANameReadableAtOnceIsTheAnswer) {
+TEST_F(WifiTest, ANameReadableAtOnceOrAfterTheUsersDecision) {
   mac.wifi.ssid = "Home";
   mac.location.status = platform::kLocationAuthorizedAlways;
-  EXPECT_THAT(ssid(), IsValue("Home"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue("Home"));
   mac.location.status = platform::kLocationNotDetermined;
   mac.system.version.major = 13;
-  EXPECT_THAT(ssid(), IsValue("Home"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue("Home"));
   EXPECT_TRUE(mac.log.calls().empty());
+  // The first request without it waits for the user's decision.
   mac.system.version.major = 14;
-  EXPECT_THAT(ssid(), IsUnanswered());
-  EXPECT_EQ(mac.log.named("location.requestWhenInUse").size(), 1u);
-}
-
-TEST_F(WifiTest, TheFirstRequestWaitsForTheUsersDecision) {
-  ReplyPtr first = ssid();
-  ReplyPtr second = ssid();
+  ReplyPtr first = callIdle("getCurrentWifiSsid");
   EXPECT_THAT(first, IsUnanswered());
-  EXPECT_THAT(second, IsError("LOCATION_AUTH_IN_PROGRESS",
-                              "Wi-Fi authorization is already in progress"));
+  EXPECT_THAT(callIdle("getCurrentWifiSsid"),
+              IsError("LOCATION_AUTH_IN_PROGRESS",
+                      "Wi-Fi authorization is already in progress"));
   EXPECT_EQ(mac.log.named("location.requestWhenInUse").size(), 1u);
   mac.wifi.ssid = "";
   mac.location.decide(platform::kLocationAuthorizedAlways);
@@ -126,29 +102,27 @@ TEST_F(WifiTest, TheFirstRequestWaitsForTheUsersDecision) {
   EXPECT_THAT(first, IsValue(""));
 }
 
-TEST_F(WifiTest, AnyOtherDecisionAnswersNull) {
-  for (int decision : {platform::kLocationDenied, platform::kLocationRestricted,
-                       platform::kLocationAuthorizedWhenInUse}) {
+// Any decision but "always" answers null, and so does "always" with no
+// Wi-Fi interface left; once decided, requests are answered at once.
+TEST_F(WifiTest, OtherDecisionsOrNoInterfaceAnswerNull) {
+  const std::pair<int, bool> rows[] = {
+      {platform::kLocationDenied, true},
+      {platform::kLocationRestricted, true},
+      {platform::kLocationAuthorizedWhenInUse, true},
+      {platform::kLocationAuthorizedAlways, false},
+  };
+  for (const auto& [decision, hasInterface] : rows) {
     mac.location.status = platform::kLocationNotDetermined;
     mac.wifi.ssid = "Home";
     mac.wifi.hasInterface = false;
-    ReplyPtr waiting = ssid();
-    mac.wifi.hasInterface = true;
+    ReplyPtr waiting = callIdle("getCurrentWifiSsid");
+    mac.wifi.hasInterface = hasInterface;
     mac.location.decide(decision);
     runUntilIdle();
     EXPECT_THAT(waiting, IsValue(Value())) << decision;
-    // Decided: later requests answer at once.
     mac.wifi.ssid.reset();
-    EXPECT_THAT(ssid(), IsValue(Value()));
+    EXPECT_THAT(callIdle("getCurrentWifiSsid"), IsValue(Value()));
   }
-}
-
-TEST_F(WifiTest, NoInterfaceAfterAuthorisationIsNull) {
-  ReplyPtr waiting = ssid();
-  mac.wifi.hasInterface = false;
-  mac.location.decide(platform::kLocationAuthorizedAlways);
-  runUntilIdle();
-  EXPECT_THAT(waiting, IsValue(Value()));
 }
 
 }  // namespace

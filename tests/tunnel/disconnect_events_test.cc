@@ -6,77 +6,40 @@ namespace {
 
 using ::testing::ElementsAre;
 
+// Listening starts with a failed load's own error (and no observer), or
+// with the current status: with no profile ever saved, the new profile's
+// invalid status reads as disconnected; once one is saved, as an
+// unavailable profile, also when read afresh by a new listen.
 TEST_F(TunnelTest, StatusChangesArriveAsEventsInOrder) {
   mac.networkExtension.connectDelay.reset();
-  EXPECT_THAT(listen(), IsValue(Value()));
-  runUntilIdle();
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  for (int status : {3, 4, 3, 5, 1}) {
-    setStatus(status);
-  }
-  EXPECT_THAT(events, ElementsAre(statusEvent("disconnected", "Disconnected"),
-                                  statusEvent("connecting", "Connecting"),
-                                  statusEvent("connected", "Connected"),
-                                  statusEvent("reconnecting", "Reconnecting"),
-                                  statusEvent("connected", "Connected"),
-                                  statusEvent("disconnecting", "Disconnecting"),
-                                  statusEvent("disconnected", "Disconnected")));
-}
-
-TEST_F(TunnelTest, StatusMapping) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  listen();
-  runUntilIdle();
-  events.clear();
-  setStatus(0);  // invalid, with a saved profile
-  setStatus(9);
-  setStatus(-1);
-  EXPECT_THAT(
-      events,
-      ElementsAre(statusEvent("error", "The VPN configuration is unavailable"),
-                  statusEvent("error", "The VPN status is unavailable"),
-                  statusEvent("error", "The VPN status is unavailable")));
-}
-
-TEST_F(TunnelTest, ListeningStartsWithTheCurrentStatus) {
-  // No profile ever saved: the new profile's invalid status reads as
-  // disconnected.
-  listen();
-  runUntilIdle();
-  EXPECT_THAT(events, ElementsAre(statusEvent("disconnected", "Disconnected")));
-
-  // A saved profile whose connection reports invalid.
-  events.clear();
-  sim::ProfileFields ours;
-  ours.protocol =
-      platform::TunnelProtocol{true, kVpnProvider, "a:1", false, {}};
-  mac.networkExtension.addSavedProfile(ours).connection->setStatus(0);
-  listen();
-  runUntilIdle();
-  EXPECT_THAT(events, ElementsAre(statusEvent(
-                          "error", "The VPN configuration is unavailable")));
-}
-
-TEST_F(TunnelTest, AFailedLoadAtListenSendsItsOwnErrorEvent) {
   mac.networkExtension.failures["loadAll"] = {"No.", 1};
   EXPECT_THAT(listen(), IsValue(Value()));
   runUntilIdle();
-  EXPECT_THAT(events, ElementsAre(statusEvent(
-                          "error", "Unable to load VPN configuration")));
   EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
-}
-
-TEST_F(TunnelTest, NothingIsSentOrRememberedWhileNobodyListens) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  advance(5);
-  EXPECT_TRUE(events.empty());
   listen();
   runUntilIdle();
-  EXPECT_THAT(events, ElementsAre(statusEvent("connected", "Connected")));
-  EXPECT_THAT(cancel(), IsValue(Value()));
-  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
-  setStatus(4);
-  EXPECT_EQ(events.size(), 1u);
+  EXPECT_THAT(connectWith({}), IsValue(true));
+  for (int status : {3, 4, 3, 5, 1, 0}) {
+    setStatus(status);
+  }
+  listen();
+  runUntilIdle();
+  setStatus(9);
+  setStatus(-1);
+  const Value kNoConfiguration =
+      statusEvent("error", "The VPN configuration is unavailable");
+  const Value kNoStatus = statusEvent("error", "The VPN status is unavailable");
+  EXPECT_THAT(
+      events,
+      ElementsAre(statusEvent("error", "Unable to load VPN configuration"),
+                  statusEvent("disconnected", "Disconnected"),
+                  statusEvent("connecting", "Connecting"),
+                  statusEvent("connected", "Connected"),
+                  statusEvent("reconnecting", "Reconnecting"),
+                  statusEvent("connected", "Connected"),
+                  statusEvent("disconnecting", "Disconnecting"),
+                  statusEvent("disconnected", "Disconnected"), kNoConfiguration,
+                  kNoConfiguration, kNoStatus, kNoStatus));
 }
 
 // A cancel, and perhaps a new listen, before a listen's profile load
@@ -98,12 +61,9 @@ TEST_P(CancelBeforeTheLoadTest, NothingReachesACancelledListener) {
                                            ? std::optional<std::string>("No.")
                                            : std::nullopt);
   releaseAll();
-  std::vector<Value> expected;
-  if (listensAgain) {
-    expected.assign(loadFails ? 1 : 2,
-                    statusEvent("disconnected", "Disconnected"));
-  }
-  EXPECT_EQ(events, expected);
+  const size_t sent = listensAgain ? (loadFails ? 1 : 2) : 0;
+  EXPECT_EQ(events, std::vector<Value>(
+                        sent, statusEvent("disconnected", "Disconnected")));
 }
 
 INSTANTIATE_TEST_SUITE_P(ListenAgainLoadFails,
@@ -134,17 +94,12 @@ TEST_P(DisconnectRacingConnectTest, ChainsFollowTheMacsOrder) {
   advance(2);
   EXPECT_THAT(connect, IsValue(true));
   EXPECT_THAT(disconnect, IsValue(true));
-  std::vector<std::string> calls;
-  for (const std::string& name : mac.log.names()) {
-    if (name == "ne.start" || name == "ne.stop") {
-      calls.push_back(name);
-    }
-  }
-  if (connectLoadFirst) {
-    EXPECT_THAT(calls, ElementsAre("ne.start", "ne.stop"));
-  } else {
-    EXPECT_THAT(calls, ElementsAre("ne.stop", "ne.start"));
-  }
+  std::vector<std::string> calls = mac.log.names();
+  std::erase_if(calls, [](const std::string& name) {
+    return name != "ne.start" && name != "ne.stop";
+  });
+  EXPECT_THAT(calls, ElementsAre(connectLoadFirst ? "ne.start" : "ne.stop",
+                                 connectLoadFirst ? "ne.stop" : "ne.start"));
   EXPECT_EQ(status(), connectLoadFirst ? platform::kVpnStatusDisconnected
                                        : platform::kVpnStatusConnected);
   EXPECT_EQ(savedVpn()->fields.onDemandEnabled, !connectLoadFirst);
@@ -154,21 +109,26 @@ INSTANTIATE_TEST_SUITE_P(ConnectLoadFirst,
                          DisconnectRacingConnectTest,
                          ::testing::Bool());
 
-TEST_F(TunnelTest, OneObserverAtATimeOnTheLatestLoad) {
-  for (int i = 0; i < 3; ++i) {
-    callMain("prepare");
-    runUntilIdle();
-  }
-  EXPECT_EQ(mac.networkExtension.observerCount(), 1u);
-}
-
+// Without a saved profile there is nothing to save or stop, and a failed
+// load answers false; a saved profile loses its on-demand connect and is
+// stopped, even when the save fails. Nothing is sent or remembered while
+// nobody listens.
 TEST_F(TunnelTest, DisconnectTurnsOnDemandOffAndStops) {
+  EXPECT_THAT(callIdle("disconnect"), IsValue(true));
+  EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll"));
+  mac.networkExtension.failures["loadAll"] = {"No.", 1};
+  EXPECT_THAT(callIdle("disconnect"), IsValue(false));
+
   EXPECT_THAT(connectWith(dict({{"enableOnDemand", true}})), IsValue(true));
   advance(2);
-  mac.log.clear();
-  ReplyPtr reply = callMain("disconnect");
+  EXPECT_TRUE(events.empty());
+  listen();
   runUntilIdle();
-  EXPECT_THAT(reply, IsValue(true));
+  EXPECT_THAT(events, ElementsAre(statusEvent("connected", "Connected")));
+  EXPECT_THAT(cancel(), IsValue(Value()));
+  EXPECT_EQ(mac.networkExtension.observerCount(), 0u);
+  mac.log.clear();
+  EXPECT_THAT(callIdle("disconnect"), IsValue(true));
   EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll", "ne.save", "ne.stop"));
   EXPECT_FALSE(savedVpn()->fields.onDemandEnabled);
   EXPECT_TRUE(savedVpn()->fields.rules.empty());
@@ -178,32 +138,13 @@ TEST_F(TunnelTest, DisconnectTurnsOnDemandOffAndStops) {
   EXPECT_EQ(status(), platform::kVpnStatusDisconnecting);
   advance(1);
   EXPECT_EQ(status(), platform::kVpnStatusDisconnected);
+  EXPECT_EQ(events.size(), 1u);
 
-  ReplyPtr policy = callMain("getAutoConnectPolicy");
-  runUntilIdle();
-  EXPECT_EQ(*find(*policy->value().getIf<ValueMap>(), "enabled"), Value(false));
-}
-
-TEST_F(TunnelTest, AFailedSaveStillStopsTheTunnel) {
-  EXPECT_THAT(connectWith({}), IsValue(true));
   mac.networkExtension.failures["save"] = {"Permission denied.", 1};
   mac.log.clear();
-  ReplyPtr reply = callMain("disconnect");
-  runUntilIdle();
-  EXPECT_THAT(reply, IsError("DISCONNECT_FAILED", "Permission denied."));
+  EXPECT_THAT(callIdle("disconnect"),
+              IsError("DISCONNECT_FAILED", "Permission denied."));
   EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll", "ne.save", "ne.stop"));
-}
-
-TEST_F(TunnelTest, DisconnectWithoutASavedProfileOrLoad) {
-  ReplyPtr nothingSaved = callMain("disconnect");
-  runUntilIdle();
-  EXPECT_THAT(nothingSaved, IsValue(true));
-  EXPECT_THAT(mac.log.names(), ElementsAre("ne.loadAll"));
-
-  mac.networkExtension.failures["loadAll"] = {"No.", 1};
-  ReplyPtr failedLoad = callMain("disconnect");
-  runUntilIdle();
-  EXPECT_THAT(failedLoad, IsValue(false));
 }
 
 }  // namespace

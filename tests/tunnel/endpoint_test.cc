@@ -6,11 +6,7 @@ namespace movaro {
 namespace {
 
 TEST(EndpointTest, FindsTheFirstEndpointLineAnywhere) {
-  struct Case {
-    const char* text;
-    std::optional<std::string> endpoint;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::optional<std::string>> cases[] = {
       {"  endpoint =  1.2.3.4:51820  \n", "1.2.3.4:51820"},
       {"[Peer]\nEndpoint = a:1\nEndpoint = b:2\n", "a:1"},
       {"[Interface]\nEndPoint\t=\tv:2\r\n", "v:2"},
@@ -22,9 +18,8 @@ TEST(EndpointTest, FindsTheFirstEndpointLineAnywhere) {
       {"x\u2028Endpoint = e:5\u2029", "e:5"},
       {"Endpoint = f:6 # comment", "f:6 # comment"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.text);
-    EXPECT_EQ(extractEndpoint(c.text), c.endpoint);
+  for (const auto& [text, endpoint] : cases) {
+    EXPECT_EQ(extractEndpoint(text), endpoint) << text;
   }
 }
 

@@ -13,11 +13,6 @@ constexpr const char* kApproval =
 class ExtensionActivationTest : public TunnelTest {
  protected:
   void SetUp() override { mac.installExtension(".network-extension"); }
-  ReplyPtr connect() {
-    ReplyPtr reply = callMain("connect", dict({{"config", kValidConfig}}));
-    runUntilIdle();
-    return reply;
-  }
   void answer(size_t index, ActivationOutcome outcome) {
     ASSERT_TRUE(mac.systemExtensions.answer(index, outcome));
     runUntilIdle();
@@ -26,72 +21,64 @@ class ExtensionActivationTest : public TunnelTest {
 };
 
 TEST_F(ExtensionActivationTest, ApprovalRoundTrip) {
-  ReplyPtr first = connect();
+  // Without a bundle identifier the extension's is the usual one.
+  mac.mainBundle.contents.identifier.reset();
+  ReplyPtr first = connectWith({});
   EXPECT_THAT(first, IsUnanswered());
   ASSERT_EQ(submitted(), 1u);
   EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
-            kVpnProvider);
+            "com.quillfen.movaro.macos.network-extension");
+  // A replacement is always allowed.
+  answer(0, ActivationOutcome::kReplace);
+  EXPECT_EQ(*find(mac.log.named("sysext.replace").at(0).details, "action"),
+            Value("replace"));
 
   answer(0, ActivationOutcome::kNeedsApproval);
   EXPECT_THAT(first, IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
   // While the user decides, connects are refused at once, with no request.
-  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  EXPECT_THAT(connectWith({}),
+              IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
   EXPECT_EQ(submitted(), 1u);
 
   // The user approves: the request finishes with nobody waiting.
   answer(0, ActivationOutcome::kCompleted);
   EXPECT_EQ(mac.networkExtension.saved().size(), 0u);
 
-  ReplyPtr again = connect();
+  ReplyPtr again = connectWith({});
   ASSERT_EQ(submitted(), 2u);
   answer(1, ActivationOutcome::kCompleted);
   EXPECT_THAT(again, IsValue(true));
-  EXPECT_NE(savedVpn(), nullptr);
 }
 
 TEST_F(ExtensionActivationTest, RestartAndFailureEndTheWaitWithTheirErrors) {
-  ReplyPtr restart = connect();
+  ReplyPtr restart = connectWith({});
   answer(0, ActivationOutcome::kWillCompleteAfterReboot);
   EXPECT_THAT(restart,
               IsError("EXTENSION_RESTART_REQUIRED",
                       "Restart this Mac to finish enabling Halvorn VPN, then "
                       "connect again."));
-  ReplyPtr failed = connect();
-  ASSERT_EQ(submitted(), 2u);
+  ReplyPtr failed = connectWith({});
   answer(1, ActivationOutcome::kFailed);
   EXPECT_THAT(failed,
               IsError("EXTENSION_ACTIVATION_FAILED",
                       "macOS could not enable the Halvorn VPN network "
                       "extension. Check its permission in System Settings "
                       "and try again."));
-  // Both cleared the pending request: the next connect submits anew.
-  connect();
-  EXPECT_EQ(submitted(), 3u);
   EXPECT_TRUE(mac.networkExtension.saved().empty());
-}
-
-TEST_F(ExtensionActivationTest, CallbacksForOtherRequestsAreIgnored) {
-  ReplyPtr first = connect();
-  answer(0, ActivationOutcome::kFailed);
-  ReplyPtr second = connect();
-  // A late answer for the first request changes nothing.
-  answer(0, ActivationOutcome::kNeedsApproval);
+  // Both cleared the pending request: the next connect submits anew, and
+  // late answers for the earlier requests change nothing.
+  ReplyPtr next = connectWith({});
+  EXPECT_EQ(submitted(), 3u);
+  answer(1, ActivationOutcome::kNeedsApproval);
   answer(0, ActivationOutcome::kCompleted);
-  EXPECT_THAT(second, IsUnanswered());
-  answer(1, ActivationOutcome::kCompleted);
-  EXPECT_THAT(second, IsValue(true));
-}
-
-TEST_F(ExtensionActivationTest, ReplacementIsAlwaysReplace) {
-  connect();
-  answer(0, ActivationOutcome::kReplace);
-  auto answers = mac.log.named("sysext.replace");
-  ASSERT_EQ(answers.size(), 1u);
-  EXPECT_EQ(*find(answers[0].details, "action"), Value("replace"));
+  answer(1, ActivationOutcome::kFailed);
+  EXPECT_THAT(next, IsUnanswered());
+  answer(2, ActivationOutcome::kCompleted);
+  EXPECT_THAT(next, IsValue(true));
 }
 
 TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {
-  ReplyPtr waiting = connect();
+  ReplyPtr waiting = connectWith({});
   ReplyPtr firstDisconnect = callMain("disconnect");
   ReplyPtr secondDisconnect = callMain("disconnect");
   EXPECT_THAT(waiting,
@@ -100,32 +87,15 @@ TEST_F(ExtensionActivationTest, DisconnectAbandonsTheWaitingConnectOnce) {
   EXPECT_THAT(firstDisconnect, IsValue(true));
   EXPECT_THAT(secondDisconnect, IsValue(true));
   // The request stays submitted: connects are refused until it ends.
-  EXPECT_THAT(connect(), IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
-  answer(0, ActivationOutcome::kCompleted);
-  EXPECT_EQ(waiting->count, 1);
-  connect();
+  EXPECT_THAT(connectWith({}),
+              IsError("EXTENSION_APPROVAL_REQUIRED", kApproval));
+  answer(0, ActivationOutcome::kCompleted);  // answers nobody
+  ReplyPtr last = connectWith({});
   EXPECT_EQ(submitted(), 2u);
-}
-
-TEST_F(ExtensionActivationTest, WithoutTheBundleThereIsNoRequest) {
-  mac.fileManager.virtualBundles.clear();
-  EXPECT_THAT(connect(), IsValue(true));
-  EXPECT_EQ(submitted(), 0u);
-}
-
-TEST_F(ExtensionActivationTest, AMissingBundleIdentifierUsesTheFallback) {
-  mac.mainBundle.contents.identifier.reset();
-  connect();
-  ASSERT_EQ(submitted(), 1u);
-  EXPECT_EQ(mac.systemExtensions.submitted()[0].request->identifier(),
-            "com.quillfen.movaro.macos.network-extension");
-}
-
-TEST_F(ExtensionActivationTest, ALateOutcomeAfterTeardownAnswersNobody) {
-  ReplyPtr waiting = connect();
+  // A late outcome after the engine went away answers nobody.
   teardown();
-  answer(0, ActivationOutcome::kCompleted);
-  EXPECT_THAT(waiting, IsUnanswered());
+  answer(1, ActivationOutcome::kCompleted);
+  EXPECT_THAT(last, IsUnanswered());
 }
 
 }  // namespace

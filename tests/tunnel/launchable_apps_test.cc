@@ -1,13 +1,10 @@
 // The installed applications, listed through the plugin's channel from
-// real fixture folders standing in for the two application folders.
+// real fixture folders standing in for the two application folders (each
+// missing until a test writes in it).
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "support/tunnel_fixture.h"
 
@@ -18,10 +15,6 @@ namespace fs = std::filesystem;
 
 std::string entry(const std::string& key, const std::string& text) {
   return "<key>" + key + "</key><string>" + text + "</string>";
-}
-
-std::string identifier(const std::string& id) {
-  return entry("CFBundleIdentifier", id);
 }
 
 // The reply for these (identifier, label) pairs, in this order.
@@ -36,16 +29,9 @@ Value appList(const std::vector<std::pair<std::string, std::string>>& apps) {
 class LaunchableAppsTest : public TunnelTest {
  protected:
   LaunchableAppsTest() {
-    static std::atomic<int> counter{0};
-    root_ = fs::temp_directory_path() /
-            ("movaro-apps-" + std::to_string(::getpid()) + "-" +
-             std::to_string(counter++));
-    fs::create_directories(root_ / "Applications");
-    fs::create_directories(root_ / "home/Applications");
-    mac.fileManager.realFolders["/Applications"] =
-        (root_ / "Applications").string();
+    mac.fileManager.realFolders["/Applications"] = root_ / "Applications";
     mac.fileManager.realFolders[mac.fileManager.home + "/Applications"] =
-        (root_ / "home/Applications").string();
+        root_ / "home/Applications";
   }
   ~LaunchableAppsTest() override {
     std::error_code ignored;
@@ -56,48 +42,34 @@ class LaunchableAppsTest : public TunnelTest {
     fs::create_directories((root_ / relative).parent_path());
     std::ofstream(root_ / relative, std::ios::binary) << bytes;
   }
-  // An application with these information entries, in "/Applications"
-  // (or in the user's folder when the path starts with "home/").
-  void app(const std::string& relative, const std::string& entries) {
-    const std::string where =
-        relative.rfind("home/", 0) == 0 ? relative : "Applications/" + relative;
-    write(where + "/Contents/Info.plist",
-          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist "
-          "version=\"1.0\"><dict>" +
-              entries + "</dict></plist>");
+  // An application with this identifier (none when empty) and these other
+  // information entries, in "/Applications" (or in the user's folder when
+  // the path starts with "home/").
+  void app(const std::string& relative,
+           const std::string& id,
+           const std::string& entries = "") {
+    write((relative.starts_with("home/") ? "" : "Applications/") + relative +
+              "/Contents/Info.plist",
+          "<plist version=\"1.0\"><dict>" +
+              (id.empty() ? "" : entry("CFBundleIdentifier", id)) + entries +
+              "</dict></plist>");
   }
   Value listed() { return callMain("listLaunchableApps")->value(); }
 
-  fs::path root_;
+  const fs::path root_ =
+      fs::temp_directory_path() / ("movaro-apps-" + std::to_string(::getpid()));
 };
 
-TEST_F(LaunchableAppsTest, SortsByScalarsOfComposedLabelsThenIdentifiers) {
-  // "Éclair" is written decomposed: an E and a combining accent. Composed,
-  // its first scalar (U+00C9) comes after every ASCII letter.
-  app("Eclair.app", identifier("com.example.eclair") +
-                        entry("CFBundleDisplayName", "E\u0301clair"));
-  app("Calendar.app",
-      identifier("com.example.calendar") + entry("CFBundleName", "calendar"));
-  app("Zoom.app",
-      identifier("com.example.zoom") + entry("CFBundleDisplayName", "Zoom"));
-  app("B.app", identifier("com.example.b") + entry("CFBundleName", "Same"));
-  app("A.app", identifier("com.example.c") + entry("CFBundleName", "Same"));
-  app("C.app", identifier("com.example.a") + entry("CFBundleName", "Same"));
-  EXPECT_EQ(listed(), appList({{"com.example.a", "Same"},
-                               {"com.example.b", "Same"},
-                               {"com.example.c", "Same"},
-                               {"com.example.zoom", "Zoom"},
-                               {"com.example.calendar", "calendar"},
-                               {"com.example.eclair", "E\u0301clair"}}));
-}
-
+// A missing folder is skipped: neither exists at first, then only the
+// user's.
 TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
-  app("Editor.app",
-      identifier("com.example.editor") + entry("CFBundleName", "Editor 1"));
-  app("home/Applications/Editor.app",
-      identifier("com.example.editor") + entry("CFBundleName", "Editor 2"));
-  app("Movaro.app", identifier(sim::SimulatedMac::kBundleIdentifier) +
-                        entry("CFBundleName", "Movaro"));
+  EXPECT_EQ(listed(), appList({}));
+  app("home/Applications/Editor.app", "com.example.editor",
+      entry("CFBundleName", "Editor 2"));
+  EXPECT_EQ(listed(), appList({{"com.example.editor", "Editor 2"}}));
+  app("Editor.app", "com.example.editor", entry("CFBundleName", "Editor 1"));
+  app("Movaro.app", sim::SimulatedMac::kBundleIdentifier,
+      entry("CFBundleName", "Movaro"));
   EXPECT_EQ(listed(), appList({{"com.example.editor", "Editor 2"}}));
   // A client without an identifier excludes nothing on that ground.
   mac.mainBundle.contents.identifier.reset();
@@ -107,31 +79,39 @@ TEST_F(LaunchableAppsTest, TheUsersCopyWinsAndTheClientIsLeftOut) {
 }
 
 // The label is the display name, else the name, else the file name; only
-// bundles named ".app" that have an identifier are listed.
-TEST_F(LaunchableAppsTest, ListsApplicationBundlesWithTheirLabels) {
-  app("Blank.app", identifier("com.example.blank") +
-                       entry("CFBundleDisplayName", "") +
-                       entry("CFBundleName", "Not used"));
-  app("Named.app", identifier("com.example.named") +
-                       "<key>CFBundleDisplayName</key><integer>7</integer>" +
-                       entry("CFBundleName", "By name"));
-  app("Utilities/Deep/My.Tool.app",
-      identifier("com.example.tool") + "<key>CFBundleName</key><array/>");
-  app("Shouting.APP", identifier("com.example.shouting"));
-  app("Anonymous.app", entry("CFBundleName", "Anonymous"));
-  app("Plugin.bundle", identifier("com.example.plugin"));
+// bundles named ".app" that have an identifier are listed, sorted by the
+// scalars of the composed labels, then by identifier. "Éclair" is written
+// decomposed: an E and a combining accent. Composed, its first scalar
+// (U+00C9) comes after every ASCII letter.
+TEST_F(LaunchableAppsTest, ListsApplicationBundlesSortedByTheirLabels) {
+  app("Blank.app", "com.example.blank",
+      entry("CFBundleDisplayName", "") + entry("CFBundleName", "Not used"));
+  app("Named.app", "com.example.named",
+      "<key>CFBundleDisplayName</key><integer>7</integer>" +
+          entry("CFBundleName", "By name"));
+  app("Utilities/Deep/My.Tool.app", "com.example.tool",
+      "<key>CFBundleName</key><array/>");
+  app("Shouting.APP", "com.example.shouting");
+  app("Anonymous.app", "", entry("CFBundleName", "Anonymous"));
+  app("Plugin.bundle", "com.example.plugin");
   write("Applications/Fake.app", "not a folder");
+  app("Eclair.app", "com.example.eclair",
+      entry("CFBundleDisplayName", "E\u0301clair"));
+  app("Calendar.app", "com.example.calendar",
+      entry("CFBundleName", "calendar"));
+  app("Zoom.app", "com.example.zoom", entry("CFBundleDisplayName", "Zoom"));
+  app("B.app", "com.example.b", entry("CFBundleName", "Same"));
+  app("A.app", "com.example.c", entry("CFBundleName", "Same"));
+  app("C.app", "com.example.a", entry("CFBundleName", "Same"));
   EXPECT_EQ(listed(), appList({{"com.example.blank", ""},
                                {"com.example.named", "By name"},
-                               {"com.example.tool", "My.Tool"}}));
-}
-
-TEST_F(LaunchableAppsTest, MissingFoldersAreSkipped) {
-  app("Mail.app", identifier("com.example.mail"));
-  fs::remove_all(root_ / "home");
-  EXPECT_EQ(listed(), appList({{"com.example.mail", "Mail"}}));
-  fs::remove_all(root_ / "Applications");
-  EXPECT_EQ(listed(), appList({}));
+                               {"com.example.tool", "My.Tool"},
+                               {"com.example.a", "Same"},
+                               {"com.example.b", "Same"},
+                               {"com.example.c", "Same"},
+                               {"com.example.zoom", "Zoom"},
+                               {"com.example.calendar", "calendar"},
+                               {"com.example.eclair", "E\u0301clair"}}));
 }
 
 }  // namespace

@@ -1,75 +1,50 @@
 // The main channel's dispatcher and the methods it answers at once.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <memory>
-
 #include "mesh/desktop_mesh_plugin.h"
-#include "platform/wireguard/x25519_keys.h"
-#include "support/matchers.h"
+#include "support/tunnel_fixture.h"
 
 namespace movaro::testing {
 namespace {
 
-class PlatformDispatchTest : public ::testing::Test, public PluginHarness {};
+using ::testing::ElementsAre;
+using PlatformDispatchTest = TunnelTest;
 
 TEST_F(PlatformDispatchTest, UnknownNamesAreNotImplementedOnBothChannels) {
   for (const char* name :
        {"GetPlatformVersion", "getplatformversion", "pushconfig", "nope", ""}) {
-    EXPECT_THAT(callMain(name), IsNotImplemented()) << name;
+    EXPECT_TRUE(callMain(name)->notImplemented()) << name;
   }
-  for (const char* name : {"Status", "LOGIN", "unknown"}) {
-    EXPECT_THAT(callMesh(name), IsNotImplemented()) << name;
+  // A main-channel method is unknown to the mesh channel.
+  for (const char* name : {"Status", "LOGIN", "unknown", "pushConfig"}) {
+    EXPECT_TRUE(callMesh(name, dict({{"config", "x"}}))->notImplemented())
+        << name;
   }
 }
 
-TEST_F(PlatformDispatchTest, PushConfigRefusesBlankTextAndKeepsTheEarlierOne) {
-  const std::string padded = "  [Interface]\nPrivateKey = x\n  ";
-  EXPECT_THAT(callMain("pushConfig", dict({{"config", padded}})),
-              IsValue(true));
-  const Value refused[] = {dict({{"config", " \n\t\r\n "}}),
-                           dict({{"config", 5}}), dict({}),
-                           Value("[Interface]")};
-  for (const Value& args : refused) {
-    EXPECT_THAT(callMain("pushConfig", args),
-                IsError("NO_CONFIG", "No configuration provided"));
-  }
-  // Unicode white space counts as blank too.
-  EXPECT_THAT(callMain("pushConfig", dict({{"config", "\u2028\u00a0"}})),
-              IsError("NO_CONFIG", "No configuration provided"));
-}
-
-TEST_F(PlatformDispatchTest, ConnectWithoutUsableConfigAndNothingCached) {
-  for (const Value& args :
-       std::vector<Value>{Value(), dict({{"config", 5}}), dict({}),
-                          Value(ValueList{"config"})}) {
-    EXPECT_THAT(callMain("connect", args),
-                IsError("NO_CONFIG", "No configuration provided"));
-  }
-  EXPECT_TRUE(mac.systemExtensions.submitted().empty());
-}
-
-TEST_F(PlatformDispatchTest, SetProtectionVerifiedAnswersTrueWhateverItGets) {
-  for (const Value& args :
-       std::vector<Value>{Value(), dict({{"x", 1}}), Value("y")}) {
-    EXPECT_THAT(callMain("setProtectionVerified", args), IsValue(true));
-  }
-  EXPECT_TRUE(mac.log.calls().empty());
-}
-
-TEST_F(PlatformDispatchTest, PlatformVersionIsMacOsAndTheSystemsWording) {
+// Answered at once, whatever the arguments.
+TEST_F(PlatformDispatchTest, AtOnceMethods) {
   mac.system.versionString = "Version 13.6.1 (Build 22G313)";
-  EXPECT_THAT(callMain("getPlatformVersion"),
-              IsValue("macOS Version 13.6.1 (Build 22G313)"));
+  const std::tuple<const char*, Value, Value> rows[] = {
+      {"setProtectionVerified", Value(), true},
+      {"setProtectionVerified", dict({{"x", 1}}), true},
+      {"setProtectionVerified", "y", true},
+      {"getPlatformVersion", Value(), "macOS Version 13.6.1 (Build 22G313)"},
+      {"openVpnSettings", dict({{"x", 1}}), true},
+      {"getAppInfo", Value(),
+       dict({{"platform", "macos"},
+             {"version", "1.4.2"},
+             {"buildNumber", "142"},
+             {"packageName", "com.quillfen.movaro.macos"}})},
+  };
+  for (const auto& [method, args, reply] : rows) {
+    EXPECT_THAT(callMain(method, args), IsValue(reply));
+  }
+  EXPECT_THAT(mac.log.names(), ElementsAre("workspace.open"));
+  EXPECT_THAT(mac.workspace.opened,
+              ElementsAre("x-apple.systempreferences:com.apple.Network-"
+                          "Settings.extension?VPN"));
 }
 
-TEST_F(PlatformDispatchTest, AppInfoGivesFourStringsEmptyWhereMissing) {
-  EXPECT_THAT(callMain("getAppInfo"),
-              IsValue(dict({{"platform", "macos"},
-                            {"version", "1.4.2"},
-                            {"buildNumber", "142"},
-                            {"packageName", "com.quillfen.movaro.macos"}})));
+TEST_F(PlatformDispatchTest, AppInfoGivesEmptyStringsWhereMissing) {
   mac.mainBundle.contents.identifier.reset();
   mac.mainBundle.contents.info =
       dict({{"CFBundleShortVersionString", 2}, {"CFBundleVersion", Value()}});
@@ -79,79 +54,37 @@ TEST_F(PlatformDispatchTest, AppInfoGivesFourStringsEmptyWhereMissing) {
                                                     {"packageName", ""}})));
 }
 
-TEST_F(PlatformDispatchTest, OpenVpnSettingsOpensTheVpnPane) {
-  EXPECT_THAT(callMain("openVpnSettings", dict({{"x", 1}})), IsValue(true));
-  EXPECT_EQ(mac.workspace.opened,
-            std::vector<std::string>{
-                "x-apple.systempreferences:com.apple.Network-Settings."
-                "extension?VPN"});
-}
-
-TEST_F(PlatformDispatchTest, DesktopStartupSettingsPaneDependsOnTheSystem) {
-  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
-  EXPECT_EQ(mac.log.names(),
-            std::vector<std::string>{"sm.openSystemSettingsLoginItems"});
-  EXPECT_TRUE(mac.workspace.opened.empty());
-
-  mac.log.clear();
-  mac.system.version = {12, 7, 0};
-  EXPECT_THAT(callMain("openDesktopStartupSettings"), IsValue(Value()));
-  EXPECT_EQ(mac.workspace.opened,
-            std::vector<std::string>{
-                "x-apple.systempreferences:com.apple.preferences.users"});
-  EXPECT_EQ(mac.log.names(), std::vector<std::string>{"workspace.open"});
-}
-
-TEST_F(PlatformDispatchTest, GenerateKeyPairGivesAFreshMatchingPairEachCall) {
+TEST_F(PlatformDispatchTest, GenerateKeyPairGivesAFreshPairOrOneError) {
   Value first = callMain("generateKeyPair")->value();
   Value second = callMain("generateKeyPair")->value();
   const ValueMap& pair = *first.getIf<ValueMap>();
-  const std::string privateKey =
-      *find(pair, "privateKey")->getIf<std::string>();
-  const std::string publicKey = *find(pair, "publicKey")->getIf<std::string>();
-  EXPECT_EQ(privateKey.size(), 44u);
-  EXPECT_EQ(publicKey.size(), 44u);
+  const Value privateKey = *find(pair, "privateKey");
+  const Value publicKey = *find(pair, "publicKey");
+  EXPECT_EQ(privateKey.getIf<std::string>()->size(), 44u);
+  EXPECT_EQ(publicKey.getIf<std::string>()->size(), 44u);
   EXPECT_NE(privateKey, publicKey);
   EXPECT_NE(first, second);
   EXPECT_EQ(pair.size(), 2u);
-  // Nothing of the key is kept or written anywhere.
-  EXPECT_TRUE(mac.log.calls().empty());
-  EXPECT_TRUE(mac.defaults.values.empty());
-}
 
-// A random source that fails, and one that throws (a service breaking the
-// seam's contract): one error reply each, nothing kept.
-TEST_F(PlatformDispatchTest, KeySourceFailuresGiveOneErrorReply) {
+  // A random source that fails, and one that throws (a service breaking the
+  // seam's contract): one error reply each.
   using Source = sim::SimKeys::Source;
-  const struct {
-    Source source;
-    const char* code;
-    const char* message;
-  } cases[] = {
+  const std::tuple<Source, const char*, const char*> cases[] = {
       {Source::kFailing, "KEY_GENERATION_FAILED",
        "A WireGuard key pair could not be generated."},
       {Source::kThrowing, "INTERNAL_ERROR",
        "The platform layer could not complete the call."},
   };
-  for (const auto& c : cases) {
-    mac.keys.source = c.source;
-    ReplyPtr reply = callMain("generateKeyPair");
-    EXPECT_THAT(reply, IsError(c.code, c.message));
-    EXPECT_EQ(reply->count, 1);
+  for (const auto& [source, code, message] : cases) {
+    mac.keys.source = source;
+    EXPECT_THAT(callMain("generateKeyPair"), IsError(code, message));
   }
+  // Nothing of the key is kept or written anywhere.
   EXPECT_TRUE(mac.log.calls().empty());
+  EXPECT_TRUE(mac.defaults.values.empty());
   // The mesh channel's answer to a throw keeps to its public codes.
   EXPECT_EQ(DesktopMeshPlugin::create(mac.services())->internalError().code,
             "engine_failed");
-}
-
-TEST_F(PlatformDispatchTest, MeshChannelReachesItsOwnPlugin) {
-  // The configuration pushed on the main channel is seen by its connect...
-  EXPECT_THAT(callMain("pushConfig", dict({{"config", "[Interface]"}})),
-              IsValue(true));
-  // ...while an unknown mesh method never touches it.
-  EXPECT_THAT(callMesh("pushConfig", dict({{"config", "x"}})),
-              IsNotImplemented());
 }
 
 }  // namespace

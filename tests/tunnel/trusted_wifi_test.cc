@@ -1,13 +1,12 @@
-// The trusted Wi-Fi list in clean form, and the rules built from it.
+// The trusted Wi-Fi list in clean form (the rules built from it are checked
+// through the channel: the connect and auto-connect tests).
 #include "tunnel/trusted_wifi.h"
 
-#include "support/tunnel_fixture.h"
+#include <gmock/gmock.h>
 
 namespace movaro::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::FieldsAre;
 using ::testing::IsEmpty;
 
 // Names are trimmed of Unicode white space and newlines (not of a byte-order
@@ -20,47 +19,25 @@ TEST(TrustedWifiTest, ListsAreCleaned) {
   for (int i = 0; i < 32; ++i) {
     accented += "e\u0301";  // two scalars, one character
   }
-  const struct {
-    ValueList input;
-    std::vector<std::string> kept;
-  } kRows[] = {
-      {{"  Cafe  ", "Home", "Home", "", "Office", int32_t{7}, "home"},
+  const std::pair<Value, std::vector<std::string>> kRows[] = {
+      {ValueList{"  Cafe  ", "Home", "Home", "", "Office", int32_t{7}, "home"},
        {"Cafe", "Home", "Office", "home"}},
-      {{accented, std::string(33, 'b'), std::string(32, 'a')},
+      {ValueList{accented, std::string(33, 'b'), std::string(32, 'a')},
        {std::string(32, 'a'), accented}},
-      {{"\u00a0\u2003Cafe\u2028\r\n", "\u3000", "\t\n", "\ufeffNet\u200b"},
+      {ValueList{"\u00a0\u2003Cafe\u2028\r\n", "\u3000", "\t\n",
+                 "\ufeffNet\u200b"},
        {"Cafe", "\ufeffNet\u200b"}},
-      {{"Cafe\u0301", "Caf\u00e9", "Zoo"}, {"Cafe\u0301", "Zoo"}},
-      {{"\u00c9clair", "calendar", "Zoom", "E\u0301cole", "apple"},
+      {ValueList{"Cafe\u0301", "Caf\u00e9", "Zoo"}, {"Cafe\u0301", "Zoo"}},
+      {ValueList{"\u00c9clair", "calendar", "Zoom", "E\u0301cole", "apple"},
        {"Zoom", "apple", "calendar", "\u00c9clair", "E\u0301cole"}},
+      {"Home", {}},
+      {int32_t{1}, {}},
+      {dict({{"a", "b"}}), {}},
   };
-  for (const auto& row : kRows) {
-    EXPECT_EQ(sanitizedWifiSsids(Value(row.input)), row.kept);
-  }
-  for (const Value& value :
-       {Value("Home"), Value(int32_t{1}), Value(dict({{"a", "b"}}))}) {
-    EXPECT_THAT(sanitizedWifiSsids(value), IsEmpty());
+  for (const auto& [input, kept] : kRows) {
+    EXPECT_EQ(sanitizedWifiSsids(input), kept);
   }
   EXPECT_THAT(sanitizedWifiSsids(std::nullopt), IsEmpty());
-}
-
-TEST(TrustedWifiTest, RulesDisconnectOnTrustedNetworksThenConnect) {
-  using Action = platform::OnDemandRule::Action;
-  EXPECT_THAT(onDemandRules({}),
-              ElementsAre(FieldsAre(Action::kConnect, IsEmpty())));
-  EXPECT_THAT(
-      onDemandRules({"Home", "Office"}),
-      ElementsAre(FieldsAre(Action::kDisconnect, ElementsAre("Home", "Office")),
-                  FieldsAre(Action::kConnect, IsEmpty())));
-}
-
-TEST_F(TunnelTest, TheStoredListIsCleanedWhenReadAndNeverRewritten) {
-  const Value damaged = ValueList{"Office", 3, "Office", " Home", ValueList{}};
-  mac.defaults.values[Value("HalvornTrustedWifiSsids")] = damaged;
-  EXPECT_THAT(connectWith({}), IsValue(true));
-  EXPECT_EQ(*find(providerConfiguration(), "trustedWifiSsids"),
-            Value(ValueList{"Home", "Office"}));
-  EXPECT_EQ(*find(mac.defaults.values, "HalvornTrustedWifiSsids"), damaged);
 }
 
 }  // namespace
