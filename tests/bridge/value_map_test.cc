@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "bridge/standard_codec.h"
 #include "bridge/value.h"
 
@@ -49,6 +51,8 @@ TEST(ValueMapTest, DuplicatesFollowTheirOperationAndMapsCompareAsEntries) {
   EXPECT_LT(small, longer);
   EXPECT_FALSE(small < small);
   EXPECT_EQ(small, (ValueMap{{Value("a"), Value(1)}}));
+  EXPECT_EQ(small.at(Value("a")), Value(1));
+  EXPECT_THROW(small.at(Value("b")), std::out_of_range);
 }
 
 // A message whose map lists its keys in reverse order, with a repeated
